@@ -1,0 +1,59 @@
+#pragma once
+
+#include "FileCategory.h"
+#include "FileResources.h"
+#include "UTType.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+class MetadataRecord;
+
+// One file or folder as Velk knows it. A plain value; its identity is its URL alone, so two records of
+// the same file taken at different times are equal even when their sizes or dates differ.
+struct FileItem {
+    QUrl url;
+    QString name;
+    qint64 size = 0;
+    QDateTime modified;
+    std::optional<QDateTime> created;
+    std::optional<UTType> contentType;
+    FileCategory category = FileCategory::other;
+    std::optional<int> pixelWidth;
+    std::optional<int> pixelHeight;
+    std::optional<double> duration;
+    std::optional<QString> artist;
+    std::optional<QString> album;
+    std::optional<QString> title;
+
+    QUrl id() const { return url; }
+    QString path() const { return url.toLocalFile(); }
+
+    // From the index's record: no item without a path.
+    static std::optional<FileItem> fromMetadata(const MetadataRecord &record);
+    // From the file system: no item when the file cannot be examined.
+    static std::optional<FileItem> fromUrl(const QUrl &url);
+
+    // What fromUrl asks of the file system.
+    static const ResourceKeys resourceKeys;
+    // "Unknown" for dates: earlier than any real file.
+    static QDateTime distantPast();
+
+    QString displayTitle() const;
+    QString kindDescription() const;
+    QString sizeText() const;
+    QString subtitle() const;
+    QString subtitle(const QDateTime &now) const;
+
+    friend bool operator==(const FileItem &a, const FileItem &b) { return a.url == b.url; }
+};
+
+size_t qHash(const FileItem &item, size_t seed = 0) noexcept;
+
+template<>
+struct std::hash<FileItem> {
+    size_t operator()(const FileItem &item) const noexcept { return qHash(item); }
+};

@@ -1,0 +1,50 @@
+#include "TestHome.h"
+
+#include <QImage>
+#include <QProcess>
+#include <QTest>
+
+// The two programs as a person starts them: the window draws and quits cleanly, the command explains
+// itself.
+class TestExecutables : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void windowDrawsAndQuits()
+    {
+        TestHome home;
+        const QString out = home.path(QStringLiteral("shots"));
+        QProcess velk;
+        velk.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        velk.start(QStringLiteral(VELK_BIN), {QStringLiteral("--snapshot"), out});
+        QVERIFY(velk.waitForFinished(60000));
+        QCOMPARE(velk.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(velk.exitCode(), 0);
+
+        const QImage shot(out + QStringLiteral("/home.png"));
+        QVERIFY(!shot.isNull());
+        QVERIFY(shot.width() >= 820 && shot.height() >= 520);
+        // Something was drawn: the sidebar and the content area differ.
+        QVERIFY(shot.pixel(40, shot.height() / 2) != shot.pixel(shot.width() - 40, shot.height() / 2));
+    }
+
+    void findExplainsItself()
+    {
+        QProcess find;
+        find.start(QStringLiteral(VELK_FIND_BIN), {QStringLiteral("--help")});
+        QVERIFY(find.waitForFinished(10000));
+        QCOMPARE(find.exitCode(), 0);
+        const QString help = QString::fromUtf8(find.readAllStandardOutput());
+        for (const char *option : {"--raw", "--scope", "--count", "--json", "--update"})
+            QVERIFY2(help.contains(QLatin1StringView(option)), option);
+
+        find.start(QStringLiteral(VELK_FIND_BIN), {});
+        QVERIFY(find.waitForFinished(10000));
+        QCOMPARE(find.exitCode(), 2);
+        QVERIFY(find.readAllStandardError().contains("Usage:"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestExecutables)
+#include "tst_executables.moc"
