@@ -18,7 +18,8 @@ QDateTime fromTimestamp(const struct statx_timestamp &ts)
 std::optional<ResourceValues> resourceValues(const QString &path, ResourceKeys keys)
 {
     const QByteArray native = QFile::encodeName(path);
-    struct statx st {};
+    struct statx st {
+    };
     const unsigned mask = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
     if (::statx(AT_FDCWD, native.constData(), 0, mask, &st) != 0 && ::statx(AT_FDCWD, native.constData(), AT_SYMLINK_NOFOLLOW, mask, &st) != 0)
         return std::nullopt;

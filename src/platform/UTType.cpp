@@ -124,7 +124,7 @@ private:
     static QStringList treeOf(const QString &identifier, const QHash<QString, QStringList> &parents)
     {
         // Breadth first, so more specific types come before more general ones.
-        QStringList tree{identifier};
+        QStringList tree {identifier};
         for (qsizetype i = 0; i < tree.size(); ++i) {
             for (const QString &parent : parents.value(tree.at(i))) {
                 if (!tree.contains(parent))
@@ -142,6 +142,9 @@ private:
         {
             QReadLocker lock(&m_lock);
             for (const QString &ancestor : mime.allAncestors()) {
+                // Every binary type descends from octet-stream; that says less than the media type.
+                if (ancestor == QLatin1StringView("application/octet-stream"))
+                    continue;
                 if (auto it = m_byMime.constFind(ancestor); it != m_byMime.cend()) {
                     base = *it;
                     break;
@@ -165,7 +168,7 @@ private:
         }
         auto node = std::make_shared<TypeNode>();
         node->identifier = kMimePrefix + QString(mime.name()).replace(QLatin1Char('/'), QLatin1Char('.'));
-        node->tree = QStringList{node->identifier} + base->tree;
+        node->tree = QStringList {node->identifier} + base->tree;
         node->mimeType = mime.name();
         return node;
     }
@@ -277,7 +280,8 @@ const QStringList &UTType::tree() const
 
 QString UTType::localizedDescription() const
 {
-    if (!m_node->mimeType.isEmpty()) {
+    // "unknown" says nothing a person can use; such files are named by their extension instead.
+    if (!m_node->mimeType.isEmpty() && m_node->mimeType != QLatin1StringView("application/octet-stream")) {
         const QMimeType mime = Registry::instance().mimeDatabase().mimeTypeForName(m_node->mimeType);
         if (mime.isValid() && !mime.comment().isEmpty())
             return mime.comment();

@@ -25,19 +25,23 @@ QString CleanupKind::title() const
 
 const Location &Location::home()
 {
-    static const Location location{QUrl::fromLocalFile(UserPlaces::homePath()), UserPlaces::loginName(), QStringLiteral("house")};
+    static const Location location {QUrl::fromLocalFile(UserPlaces::homePath()), UserPlaces::loginName(), QStringLiteral("house")};
     return location;
 }
 
 QList<Location> Location::standard()
 {
     const QString home = UserPlaces::homePath();
-    QList<Location> rows{{QUrl::fromLocalFile(home), UserPlaces::loginName(), QStringLiteral("house")}};
+    QList<Location> rows {{QUrl::fromLocalFile(home), UserPlaces::loginName(), QStringLiteral("house")}};
 
     using UserPlaces::UserFolder;
     const std::pair<UserFolder, const char *> userFolders[] = {
-        {UserFolder::desktop, "menubar.dock.rectangle"}, {UserFolder::documents, "doc"},  {UserFolder::downloads, "arrow.down.circle"},
-        {UserFolder::pictures, "photo"},                 {UserFolder::videos, "film"},    {UserFolder::music, "music.note.list"},
+        {UserFolder::desktop, "menubar.dock.rectangle"},
+        {UserFolder::documents, "doc"},
+        {UserFolder::downloads, "arrow.down.circle"},
+        {UserFolder::pictures, "photo"},
+        {UserFolder::videos, "film"},
+        {UserFolder::music, "music.note.list"},
     };
     for (const auto &[folder, symbol] : userFolders) {
         // The XDG folders keep their own (possibly translated) names, so the title is the name.

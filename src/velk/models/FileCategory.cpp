@@ -24,7 +24,15 @@ QString FileCategory::title() const
 QString FileCategory::symbol() const
 {
     static const char *const symbols[] = {
-        "photo", "play.rectangle", "music.note", "doc.text", "archivebox", "square.grid.2x2", "chevron.left.forwardslash.chevron.right", "folder", "doc",
+        "photo",
+        "play.rectangle",
+        "music.note",
+        "doc.text",
+        "archivebox",
+        "square.grid.2x2",
+        "chevron.left.forwardslash.chevron.right",
+        "folder",
+        "doc",
     };
     return QString::fromLatin1(symbols[m_index]);
 }

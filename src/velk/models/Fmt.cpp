@@ -8,31 +8,31 @@ namespace Fmt {
 
 namespace {
 
-// The locale's decimal text of `value` with at most `decimals` digits after the mark, trailing zeros
-// dropped.
-QString decimal(double value, int decimals)
-{
-    const QLocale locale;
-    QString text = locale.toString(value, 'f', decimals);
-    if (decimals > 0) {
-        const QString mark = locale.decimalPoint();
-        if (text.contains(mark)) {
-            while (text.endsWith(locale.zeroDigit()))
-                text.chop(locale.zeroDigit().size());
-            if (text.endsWith(mark))
-                text.chop(mark.size());
+    // The locale's decimal text of `value` with at most `decimals` digits after the mark, trailing zeros
+    // dropped.
+    QString decimal(double value, int decimals)
+    {
+        const QLocale locale;
+        QString text = locale.toString(value, 'f', decimals);
+        if (decimals > 0) {
+            const QString mark = locale.decimalPoint();
+            if (text.contains(mark)) {
+                while (text.endsWith(locale.zeroDigit()))
+                    text.chop(locale.zeroDigit().size());
+                if (text.endsWith(mark))
+                    text.chop(mark.size());
+            }
         }
+        return text;
     }
-    return text;
-}
 
-QString plural(qint64 n, const char *unit)
-{
-    QString text = QLocale().toString(n) + QLatin1Char(' ') + QLatin1StringView(unit);
-    if (n != 1)
-        text += QLatin1Char('s');
-    return text;
-}
+    QString plural(qint64 n, const char *unit)
+    {
+        QString text = QLocale().toString(n) + QLatin1Char(' ') + QLatin1StringView(unit);
+        if (n != 1)
+            text += QLatin1Char('s');
+        return text;
+    }
 
 } // namespace
 

@@ -21,6 +21,6 @@ const QList<Rgb> &pastels();
 Rgb pastel(QStringView name);
 
 // The neutral gray the system uses for things without a colour of their own.
-inline constexpr Rgb systemGray{0.557, 0.557, 0.576};
+inline constexpr Rgb systemGray {0.557, 0.557, 0.576};
 
 } // namespace Theme
