@@ -99,7 +99,7 @@ QByteArray pdf()
 {
     QByteArray out = "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n"_ba;
     const QByteArray objects[]
-        = { "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>", "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >>" };
+        = {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>", "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >>"};
     QByteArray xref = "xref\n0 4\n0000000000 65535 f \n";
     for (int i = 0; i < 3; ++i) {
         xref += QByteArray::number(out.size()).rightJustified(10, '0') + " 00000 n \n";
@@ -187,35 +187,35 @@ QByteArray elf(bool appImage)
 QByteArray odf(const QByteArray &kind)
 {
     const QByteArray mime = "application/vnd.oasis.opendocument." + kind;
-    return zip({ { "mimetype", mime },
-        { "META-INF/manifest.xml",
+    return zip({{"mimetype", mime},
+        {"META-INF/manifest.xml",
             "<?xml version=\"1.0\"?><manifest:manifest xmlns:manifest=\"urn:oasis:names:tc:opendocument:xmlns:manifest:1.0\">"
             "<manifest:file-entry manifest:full-path=\"/\" manifest:media-type=\""
-                + mime + "\"/><manifest:file-entry manifest:full-path=\"content.xml\" manifest:media-type=\"text/xml\"/></manifest:manifest>" },
-        { "content.xml", "<?xml version=\"1.0\"?><office:document-content xmlns:office=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\"/>" } });
+                + mime + "\"/><manifest:file-entry manifest:full-path=\"content.xml\" manifest:media-type=\"text/xml\"/></manifest:manifest>"},
+        {"content.xml", "<?xml version=\"1.0\"?><office:document-content xmlns:office=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\"/>"}});
 }
 
 QByteArray ooxml(const QByteArray &folder, const QByteArray &part, const QByteArray &contentType)
 {
     const QByteArray path = folder + '/' + part;
-    return zip({ { "[Content_Types].xml",
-                     "<?xml version=\"1.0\"?><Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
-                     "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/><Override PartName=\"/"
-                         + path + "\" ContentType=\"application/vnd.openxmlformats-officedocument." + contentType + ".main+xml\"/></Types>" },
-        { "_rels/.rels",
+    return zip({{"[Content_Types].xml",
+                    "<?xml version=\"1.0\"?><Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+                    "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/><Override PartName=\"/"
+                        + path + "\" ContentType=\"application/vnd.openxmlformats-officedocument." + contentType + ".main+xml\"/></Types>"},
+        {"_rels/.rels",
             "<?xml version=\"1.0\"?><Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"><Relationship Id=\"rId1\" "
             "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument\" Target=\""
-                + path + "\"/></Relationships>" },
-        { path, "<?xml version=\"1.0\"?><root/>" } });
+                + path + "\"/></Relationships>"},
+        {path, "<?xml version=\"1.0\"?><root/>"}});
 }
 
 QByteArray epub()
 {
-    return zip({ { "mimetype", "application/epub+zip" },
-        { "META-INF/container.xml",
+    return zip({{"mimetype", "application/epub+zip"},
+        {"META-INF/container.xml",
             "<?xml version=\"1.0\"?><container version=\"1.0\" xmlns=\"urn:oasis:names:tc:opendocument:xmlns:container\"><rootfiles>"
-            "<rootfile full-path=\"content.opf\" media-type=\"application/oebps-package+xml\"/></rootfiles></container>" },
-        { "content.opf", "<?xml version=\"1.0\"?><package xmlns=\"http://www.idpf.org/2007/opf\" version=\"3.0\"/>" } });
+            "<rootfile full-path=\"content.opf\" media-type=\"application/oebps-package+xml\"/></rootfiles></container>"},
+        {"content.opf", "<?xml version=\"1.0\"?><package xmlns=\"http://www.idpf.org/2007/opf\" version=\"3.0\"/>"}});
 }
 
 QByteArray noise()
@@ -231,32 +231,32 @@ QByteArray noise()
 QByteArray built(const QString &what)
 {
     static const QHash<QString, std::function<QByteArray()>> builders = {
-        { u"pdf"_s, pdf },
-        { u"heic"_s, heic },
-        { u"cr2"_s, [] { return cameraRaw(false, "CR\x02\x00\x00\x00\x00\x00"_ba, "Canon"); } },
-        { u"nef"_s, [] { return cameraRaw(true, {}, "NIKON CORPORATION"); } },
-        { u"psd"_s, psd },
-        { u"7z"_s, sevenZip },
-        { u"rar"_s, rar },
-        { u"iso"_s, iso },
-        { u"dmg"_s, dmg },
-        { u"elf"_s, [] { return elf(false); } },
-        { u"appimage"_s, [] { return elf(true); } },
-        { u"zip"_s,
+        {u"pdf"_s, pdf},
+        {u"heic"_s, heic},
+        {u"cr2"_s, [] { return cameraRaw(false, "CR\x02\x00\x00\x00\x00\x00"_ba, "Canon"); }},
+        {u"nef"_s, [] { return cameraRaw(true, {}, "NIKON CORPORATION"); }},
+        {u"psd"_s, psd},
+        {u"7z"_s, sevenZip},
+        {u"rar"_s, rar},
+        {u"iso"_s, iso},
+        {u"dmg"_s, dmg},
+        {u"elf"_s, [] { return elf(false); }},
+        {u"appimage"_s, [] { return elf(true); }},
+        {u"zip"_s,
             [] {
-                return zip({ { "readme.txt", "hello\n" }, { "data/notes.txt", "more\n" } });
-            } },
-        { u"tar"_s, [] { return tar("readme.txt", "hello\n"); } },
-        { u"tar.gz"_s, [] { return gzip(tar("readme.txt", "hello\n")); } },
-        { u"gz"_s, [] { return gzip("hello, compressed\n"); } },
-        { u"odt"_s, [] { return odf("text"); } },
-        { u"ods"_s, [] { return odf("spreadsheet"); } },
-        { u"odp"_s, [] { return odf("presentation"); } },
-        { u"docx"_s, [] { return ooxml("word", "document.xml", "wordprocessingml.document"); } },
-        { u"xlsx"_s, [] { return ooxml("xl", "workbook.xml", "spreadsheetml.sheet"); } },
-        { u"pptx"_s, [] { return ooxml("ppt", "presentation.xml", "presentationml.presentation"); } },
-        { u"epub"_s, epub },
-        { u"noise"_s, noise },
+                return zip({{"readme.txt", "hello\n"}, {"data/notes.txt", "more\n"}});
+            }},
+        {u"tar"_s, [] { return tar("readme.txt", "hello\n"); }},
+        {u"tar.gz"_s, [] { return gzip(tar("readme.txt", "hello\n")); }},
+        {u"gz"_s, [] { return gzip("hello, compressed\n"); }},
+        {u"odt"_s, [] { return odf("text"); }},
+        {u"ods"_s, [] { return odf("spreadsheet"); }},
+        {u"odp"_s, [] { return odf("presentation"); }},
+        {u"docx"_s, [] { return ooxml("word", "document.xml", "wordprocessingml.document"); }},
+        {u"xlsx"_s, [] { return ooxml("xl", "workbook.xml", "spreadsheetml.sheet"); }},
+        {u"pptx"_s, [] { return ooxml("ppt", "presentation.xml", "presentationml.presentation"); }},
+        {u"epub"_s, epub},
+        {u"noise"_s, noise},
     };
     return builders.value(what)();
 }
@@ -264,13 +264,13 @@ QByteArray built(const QString &what)
 const UTType &named(const QString &key)
 {
     using Getter = const UTType &(*)();
-    static const QHash<QString, Getter> types = { { u"image"_s, UTType::image }, { u"movie"_s, UTType::movie }, { u"video"_s, UTType::video },
-        { u"audiovisualContent"_s, UTType::audiovisualContent }, { u"audio"_s, UTType::audio }, { u"text"_s, UTType::text },
-        { u"plainText"_s, UTType::plainText }, { u"rtf"_s, UTType::rtf }, { u"sourceCode"_s, UTType::sourceCode }, { u"script"_s, UTType::script },
-        { u"json"_s, UTType::json }, { u"xml"_s, UTType::xml }, { u"archive"_s, UTType::archive }, { u"diskImage"_s, UTType::diskImage },
-        { u"pdf"_s, UTType::pdf }, { u"compositeContent"_s, UTType::compositeContent }, { u"presentation"_s, UTType::presentation },
-        { u"spreadsheet"_s, UTType::spreadsheet }, { u"application"_s, UTType::application }, { u"applicationBundle"_s, UTType::applicationBundle },
-        { u"executable"_s, UTType::executable }, { u"folder"_s, UTType::folder }, { u"package"_s, UTType::package }, { u"data"_s, UTType::data } };
+    static const QHash<QString, Getter> types = {{u"image"_s, UTType::image}, {u"movie"_s, UTType::movie}, {u"video"_s, UTType::video},
+        {u"audiovisualContent"_s, UTType::audiovisualContent}, {u"audio"_s, UTType::audio}, {u"text"_s, UTType::text}, {u"plainText"_s, UTType::plainText},
+        {u"rtf"_s, UTType::rtf}, {u"sourceCode"_s, UTType::sourceCode}, {u"script"_s, UTType::script}, {u"json"_s, UTType::json}, {u"xml"_s, UTType::xml},
+        {u"archive"_s, UTType::archive}, {u"diskImage"_s, UTType::diskImage}, {u"pdf"_s, UTType::pdf}, {u"compositeContent"_s, UTType::compositeContent},
+        {u"presentation"_s, UTType::presentation}, {u"spreadsheet"_s, UTType::spreadsheet}, {u"application"_s, UTType::application},
+        {u"applicationBundle"_s, UTType::applicationBundle}, {u"executable"_s, UTType::executable}, {u"folder"_s, UTType::folder},
+        {u"package"_s, UTType::package}, {u"data"_s, UTType::data}};
     const Getter getter = types.value(key);
     if (!getter)
         qFatal("no named type %s", qPrintable(key));
@@ -339,12 +339,11 @@ QString TestUTTypeFiles::make(const QString &name, const QString &how, QString *
             return {};
         }
         const bool video = arg.startsWith(u"video ");
-        const QStringList source
-            = video ? QStringList { u"testsrc=size=64x48:rate=5"_s, u"-t"_s, u"0.4"_s } : QStringList { u"sine=frequency=440:duration=0.2"_s };
+        const QStringList source = video ? QStringList {u"testsrc=size=64x48:rate=5"_s, u"-t"_s, u"0.4"_s} : QStringList {u"sine=frequency=440:duration=0.2"_s};
         QProcess process;
         process.start(ffmpeg,
-            QStringList { u"-v"_s, u"error"_s, u"-nostdin"_s, u"-y"_s, u"-f"_s, u"lavfi"_s, u"-i"_s } + source + arg.section(u' ', 1).split(u' ')
-                + QStringList { path });
+            QStringList {u"-v"_s, u"error"_s, u"-nostdin"_s, u"-y"_s, u"-f"_s, u"lavfi"_s, u"-i"_s} + source + arg.section(u' ', 1).split(u' ')
+                + QStringList {path});
         if (!process.waitForFinished(20000) || process.exitCode() != 0)
             qFatal("ffmpeg failed for %s: %s", qPrintable(name), process.readAllStandardError().constData());
         return path;
@@ -367,87 +366,87 @@ void TestUTTypeFiles::classifiesRealFiles_data()
     auto row = [](const char *name, const QString &how, FileCategory category, const QStringList &is, const QStringList &isNot = {}, bool byName = true) {
         QTest::newRow(name) << QString::fromUtf8(name) << how << category.rawValue() << is << isNot << byName;
     };
-    const QStringList video { u"movie"_s, u"audiovisualContent"_s };
+    const QStringList video {u"movie"_s, u"audiovisualContent"_s};
 
-    row("photo.jpg", u"image:JPEG"_s, F::images, { u"image"_s }, { u"text"_s });
-    row("screenshot.png", u"image:PNG"_s, F::images, { u"image"_s });
-    row("sticker.webp", u"image:WEBP"_s, F::images, { u"image"_s });
-    row("scan.tiff", u"image:TIFF"_s, F::images, { u"image"_s });
-    row("old.bmp", u"image:BMP"_s, F::images, { u"image"_s });
-    row("IMG_0042.HEIC", u"bytes:heic"_s, F::images, { u"image"_s });
+    row("photo.jpg", u"image:JPEG"_s, F::images, {u"image"_s}, {u"text"_s});
+    row("screenshot.png", u"image:PNG"_s, F::images, {u"image"_s});
+    row("sticker.webp", u"image:WEBP"_s, F::images, {u"image"_s});
+    row("scan.tiff", u"image:TIFF"_s, F::images, {u"image"_s});
+    row("old.bmp", u"image:BMP"_s, F::images, {u"image"_s});
+    row("IMG_0042.HEIC", u"bytes:heic"_s, F::images, {u"image"_s});
     row("logo.svg", u"text:<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"8\" height=\"8\"><rect width=\"8\" height=\"8\"/></svg>\n"_s, F::images,
-        { u"image"_s });
-    row("IMG_1234.CR2", u"bytes:cr2"_s, F::images, { u"image"_s });
-    row("DSC_0001.NEF", u"bytes:nef"_s, F::images, { u"image"_s });
-    row("poster.psd", u"bytes:psd"_s, F::images, { u"image"_s });
+        {u"image"_s});
+    row("IMG_1234.CR2", u"bytes:cr2"_s, F::images, {u"image"_s});
+    row("DSC_0001.NEF", u"bytes:nef"_s, F::images, {u"image"_s});
+    row("poster.psd", u"bytes:psd"_s, F::images, {u"image"_s});
     // An empty file cannot be sniffed, so its name has to carry it.
-    row("empty.jpg", u"text:"_s, F::images, { u"image"_s });
+    row("empty.jpg", u"text:"_s, F::images, {u"image"_s});
 
-    row("clip.mp4", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, { u"audio"_s });
-    row("clip.mov", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, { u"audio"_s });
-    row("clip.mkv", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, { u"audio"_s });
-    row("clip.webm", u"ffmpeg:video -c:v libvpx -deadline realtime -cpu-used 8"_s, F::videos, video, { u"audio"_s });
-    row("clip.avi", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, { u"audio"_s });
+    row("clip.mp4", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, {u"audio"_s});
+    row("clip.mov", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, {u"audio"_s});
+    row("clip.mkv", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, {u"audio"_s});
+    row("clip.webm", u"ffmpeg:video -c:v libvpx -deadline realtime -cpu-used 8"_s, F::videos, video, {u"audio"_s});
+    row("clip.avi", u"ffmpeg:video -c:v mpeg4"_s, F::videos, video, {u"audio"_s});
     // ".ts" is also a Qt translation file; only the contents say it is a transport stream.
-    row("clip.ts", u"ffmpeg:video -c:v mpeg2video -f mpegts"_s, F::videos, video, { u"audio"_s }, false);
+    row("clip.ts", u"ffmpeg:video -c:v mpeg2video -f mpegts"_s, F::videos, video, {u"audio"_s}, false);
 
-    row("song.mp3", u"ffmpeg:audio -c:a libmp3lame"_s, F::music, { u"audio"_s }, { u"movie"_s });
-    row("song.m4a", u"ffmpeg:audio -c:a aac"_s, F::music, { u"audio"_s }, { u"video"_s });
-    row("song.flac", u"ffmpeg:audio -c:a flac"_s, F::music, { u"audio"_s }, { u"movie"_s });
-    row("song.wav", u"ffmpeg:audio -c:a pcm_s16le"_s, F::music, { u"audio"_s }, { u"movie"_s });
-    row("song.ogg", u"ffmpeg:audio -c:a libvorbis"_s, F::music, { u"audio"_s }, { u"movie"_s }, false);
+    row("song.mp3", u"ffmpeg:audio -c:a libmp3lame"_s, F::music, {u"audio"_s}, {u"movie"_s});
+    row("song.m4a", u"ffmpeg:audio -c:a aac"_s, F::music, {u"audio"_s}, {u"video"_s});
+    row("song.flac", u"ffmpeg:audio -c:a flac"_s, F::music, {u"audio"_s}, {u"movie"_s});
+    row("song.wav", u"ffmpeg:audio -c:a pcm_s16le"_s, F::music, {u"audio"_s}, {u"movie"_s});
+    row("song.ogg", u"ffmpeg:audio -c:a libvorbis"_s, F::music, {u"audio"_s}, {u"movie"_s}, false);
 
     // Office files and books are zip inside; the user still sees documents.
-    row("paper.pdf", u"bytes:pdf"_s, F::documents, { u"pdf"_s, u"compositeContent"_s }, { u"text"_s, u"archive"_s });
-    row("letter.odt", u"bytes:odt"_s, F::documents, { u"data"_s });
-    row("budget.ods", u"bytes:ods"_s, F::documents, { u"spreadsheet"_s });
-    row("slides.odp", u"bytes:odp"_s, F::documents, { u"presentation"_s });
-    row("letter.docx", u"bytes:docx"_s, F::documents, { u"compositeContent"_s });
-    row("budget.xlsx", u"bytes:xlsx"_s, F::documents, { u"spreadsheet"_s });
-    row("slides.pptx", u"bytes:pptx"_s, F::documents, { u"presentation"_s });
-    row("memo.rtf", u"text:{\\rtf1\\ansi Hello}\n"_s, F::documents, { u"rtf"_s, u"text"_s }, { u"sourceCode"_s });
-    row("book.epub", u"bytes:epub"_s, F::documents, { u"data"_s });
-    row("README.md", u"text:# Title\n\nSome *words*.\n"_s, F::documents, { u"plainText"_s });
-    row("notes.txt", u"text:Crème brûlée for 5 €, naïve café.\n"_s, F::documents, { u"plainText"_s }, { u"sourceCode"_s });
-    row("NOTES", u"text:Plain words without a name to go by.\n"_s, F::documents, { u"plainText"_s }, {}, false);
+    row("paper.pdf", u"bytes:pdf"_s, F::documents, {u"pdf"_s, u"compositeContent"_s}, {u"text"_s, u"archive"_s});
+    row("letter.odt", u"bytes:odt"_s, F::documents, {u"data"_s});
+    row("budget.ods", u"bytes:ods"_s, F::documents, {u"spreadsheet"_s});
+    row("slides.odp", u"bytes:odp"_s, F::documents, {u"presentation"_s});
+    row("letter.docx", u"bytes:docx"_s, F::documents, {u"compositeContent"_s});
+    row("budget.xlsx", u"bytes:xlsx"_s, F::documents, {u"spreadsheet"_s});
+    row("slides.pptx", u"bytes:pptx"_s, F::documents, {u"presentation"_s});
+    row("memo.rtf", u"text:{\\rtf1\\ansi Hello}\n"_s, F::documents, {u"rtf"_s, u"text"_s}, {u"sourceCode"_s});
+    row("book.epub", u"bytes:epub"_s, F::documents, {u"data"_s});
+    row("README.md", u"text:# Title\n\nSome *words*.\n"_s, F::documents, {u"plainText"_s});
+    row("notes.txt", u"text:Crème brûlée for 5 €, naïve café.\n"_s, F::documents, {u"plainText"_s}, {u"sourceCode"_s});
+    row("NOTES", u"text:Plain words without a name to go by.\n"_s, F::documents, {u"plainText"_s}, {}, false);
 
-    row("bundle.zip", u"bytes:zip"_s, F::archives, { u"archive"_s }, { u"compositeContent"_s });
-    row("bundle.tar", u"bytes:tar"_s, F::archives, { u"archive"_s });
-    row("backup.tar.gz", u"bytes:tar.gz"_s, F::archives, { u"archive"_s });
-    row("log.txt.gz", u"bytes:gz"_s, F::archives, { u"archive"_s }, { u"plainText"_s });
-    row("bundle.7z", u"bytes:7z"_s, F::archives, { u"archive"_s });
-    row("bundle.rar", u"bytes:rar"_s, F::archives, { u"archive"_s });
-    row("disc.iso", u"bytes:iso"_s, F::archives, { u"diskImage"_s });
-    row("installer.dmg", u"bytes:dmg"_s, F::archives, { u"diskImage"_s });
+    row("bundle.zip", u"bytes:zip"_s, F::archives, {u"archive"_s}, {u"compositeContent"_s});
+    row("bundle.tar", u"bytes:tar"_s, F::archives, {u"archive"_s});
+    row("backup.tar.gz", u"bytes:tar.gz"_s, F::archives, {u"archive"_s});
+    row("log.txt.gz", u"bytes:gz"_s, F::archives, {u"archive"_s}, {u"plainText"_s});
+    row("bundle.7z", u"bytes:7z"_s, F::archives, {u"archive"_s});
+    row("bundle.rar", u"bytes:rar"_s, F::archives, {u"archive"_s});
+    row("disc.iso", u"bytes:iso"_s, F::archives, {u"diskImage"_s});
+    row("installer.dmg", u"bytes:dmg"_s, F::archives, {u"diskImage"_s});
 
     const QString entry = u"text:[Desktop Entry]\nType=%1\nName=Foo\nExec=foo\n%2"_s;
-    row("foo.desktop", entry.arg(u"Application"_s, QString()), F::apps, { u"application"_s });
+    row("foo.desktop", entry.arg(u"Application"_s, QString()), F::apps, {u"application"_s});
     // Menus hide these, and a link is a bookmark: none of them is an app to the user.
-    row("link.desktop", u"text:[Desktop Entry]\nType=Link\nName=Foo\nURL=https://example.org/\n"_s, F::other, { u"data"_s }, { u"application"_s }, false);
-    row("hidden.desktop", entry.arg(u"Application"_s, u"Hidden=true\n"_s), F::other, { u"data"_s }, { u"application"_s }, false);
-    row("nodisplay.desktop", entry.arg(u"Application"_s, u"NoDisplay=true\n"_s), F::other, { u"data"_s }, { u"application"_s }, false);
-    row("Foo.AppImage", u"executable:appimage"_s, F::apps, { u"application"_s });
-    row("Thing.app", u"folder"_s, F::apps, { u"applicationBundle"_s, u"package"_s }, {}, false);
-    row("runme", u"executable:elf"_s, F::other, { u"executable"_s }, { u"application"_s, u"text"_s }, false);
+    row("link.desktop", u"text:[Desktop Entry]\nType=Link\nName=Foo\nURL=https://example.org/\n"_s, F::other, {u"data"_s}, {u"application"_s}, false);
+    row("hidden.desktop", entry.arg(u"Application"_s, u"Hidden=true\n"_s), F::other, {u"data"_s}, {u"application"_s}, false);
+    row("nodisplay.desktop", entry.arg(u"Application"_s, u"NoDisplay=true\n"_s), F::other, {u"data"_s}, {u"application"_s}, false);
+    row("Foo.AppImage", u"executable:appimage"_s, F::apps, {u"application"_s});
+    row("Thing.app", u"folder"_s, F::apps, {u"applicationBundle"_s, u"package"_s}, {}, false);
+    row("runme", u"executable:elf"_s, F::other, {u"executable"_s}, {u"application"_s, u"text"_s}, false);
 
-    row("main.c", u"text:int main(void) { return 0; }\n"_s, F::code, { u"sourceCode"_s });
-    row("main.cpp", u"text:#include <cstdio>\nint main() { std::puts(\"hi\"); }\n"_s, F::code, { u"sourceCode"_s });
-    row("main.h", u"text:#pragma once\nint answer(void);\n"_s, F::code, { u"sourceCode"_s });
-    row("tool.py", u"text:import sys\nprint(sys.argv)\n"_s, F::code, { u"sourceCode"_s, u"script"_s });
-    row("app.js", u"text:export const x = () => 42;\n"_s, F::code, { u"sourceCode"_s });
-    row("build.sh", u"text:#!/bin/sh\necho hello\n"_s, F::code, { u"script"_s });
-    row("deploy", u"text:#!/bin/sh\nset -e\necho deploying\n"_s, F::code, { u"script"_s }, {}, false);
-    row("package.json", u"text:{\"name\": \"velk\", \"version\": 1}\n"_s, F::code, { u"json"_s }, { u"compositeContent"_s });
-    row("layout.xml", u"text:<?xml version=\"1.0\"?>\n<layout><item/></layout>\n"_s, F::code, { u"xml"_s });
-    row("config.yaml", u"text:name: velk\nitems:\n  - one\n"_s, F::code, { u"text"_s });
+    row("main.c", u"text:int main(void) { return 0; }\n"_s, F::code, {u"sourceCode"_s});
+    row("main.cpp", u"text:#include <cstdio>\nint main() { std::puts(\"hi\"); }\n"_s, F::code, {u"sourceCode"_s});
+    row("main.h", u"text:#pragma once\nint answer(void);\n"_s, F::code, {u"sourceCode"_s});
+    row("tool.py", u"text:import sys\nprint(sys.argv)\n"_s, F::code, {u"sourceCode"_s, u"script"_s});
+    row("app.js", u"text:export const x = () => 42;\n"_s, F::code, {u"sourceCode"_s});
+    row("build.sh", u"text:#!/bin/sh\necho hello\n"_s, F::code, {u"script"_s});
+    row("deploy", u"text:#!/bin/sh\nset -e\necho deploying\n"_s, F::code, {u"script"_s}, {}, false);
+    row("package.json", u"text:{\"name\": \"velk\", \"version\": 1}\n"_s, F::code, {u"json"_s}, {u"compositeContent"_s});
+    row("layout.xml", u"text:<?xml version=\"1.0\"?>\n<layout><item/></layout>\n"_s, F::code, {u"xml"_s});
+    row("config.yaml", u"text:name: velk\nitems:\n  - one\n"_s, F::code, {u"text"_s});
 
-    row("Projects", u"folder"_s, F::folders, { u"folder"_s }, { u"package"_s }, false);
-    row("blob", u"bytes:noise"_s, F::other, { u"data"_s }, { u"text"_s }, false);
+    row("Projects", u"folder"_s, F::folders, {u"folder"_s}, {u"package"_s}, false);
+    row("blob", u"bytes:noise"_s, F::other, {u"data"_s}, {u"text"_s}, false);
 
     // A renamed file: a name promising plain text over binary bytes is not believed, as file managers
     // sniff such files too; any other unambiguous name wins over the contents, as shared-mime-info rules.
-    row("photo.txt", u"image:PNG"_s, F::images, { u"image"_s }, { u"plainText"_s }, false);
-    row("invoice.jpg", u"bytes:pdf"_s, F::images, { u"image"_s }, { u"pdf"_s });
+    row("photo.txt", u"image:PNG"_s, F::images, {u"image"_s}, {u"plainText"_s}, false);
+    row("invoice.jpg", u"bytes:pdf"_s, F::images, {u"image"_s}, {u"pdf"_s});
 }
 
 void TestUTTypeFiles::classifiesRealFiles()
@@ -516,7 +515,7 @@ void TestUTTypeFiles::unreadableFileIsTypedByName()
     // As root the mode does not stop reading, so only the name-based outcome is asserted.
     const QString song = m_home.file(u"locked/song.mp3"_s, noise());
     const QString bare = m_home.file(u"locked/bare"_s, "#!/bin/sh\n");
-    for (const QString &path : { song, bare })
+    for (const QString &path : {song, bare})
         QVERIFY(::chmod(QFile::encodeName(path).constData(), 0) == 0);
 
     const std::optional<UTType> songType = UTType::forFile(song);
@@ -527,7 +526,7 @@ void TestUTTypeFiles::unreadableFileIsTypedByName()
     QVERIFY(bareType);
     QVERIFY(bareType->conforms(UTType::data()));
 
-    for (const QString &path : { song, bare })
+    for (const QString &path : {song, bare})
         ::chmod(QFile::encodeName(path).constData(), 0644);
 }
 
