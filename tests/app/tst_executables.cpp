@@ -1,6 +1,9 @@
 #include "TestHome.h"
 
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTest>
 
@@ -38,6 +41,17 @@ private Q_SLOTS:
         const QString help = QString::fromUtf8(find.readAllStandardOutput());
         for (const char *option : {"--raw", "--scope", "--count", "--json", "--update"})
             QVERIFY2(help.contains(QLatin1StringView(option)), option);
+
+        // A sentence is explained without any index: the chips in their order, and the query text.
+        TestHome home;
+        home.setUserDirs({{"XDG_DOWNLOAD_DIR", "Downloads"}, {"XDG_VIDEOS_DIR", "Videos"}});
+        find.start(QStringLiteral(VELK_FIND_BIN), {"--explain", "--json", "big videos from last week in downloads"});
+        QVERIFY(find.waitForFinished(10000));
+        QCOMPARE(find.exitCode(), 0);
+        const QJsonObject explained = QJsonDocument::fromJson(find.readAllStandardOutput()).object();
+        QCOMPARE(explained["chips"].toArray().toVariantList(), (QVariantList {"Videos", "Last week", "Over 100 MB", "In Downloads"}));
+        QCOMPARE(explained["folder"].toString(), home.path("Downloads"));
+        QVERIFY(explained["query"].toString().startsWith("(((kMDItemContentTypeTree == 'public.movie') && kMDItemFSName != '*.ts'c) && "));
 
         find.start(QStringLiteral(VELK_FIND_BIN), {});
         QVERIFY(find.waitForFinished(10000));
