@@ -274,7 +274,7 @@ namespace {
             return std::nullopt;
         // A count past the largest file size stands for "as large as it gets" rather than wrapping.
         const double bytes = value * *factor;
-        const qint64 count = bytes >= 9.2e18 ? std::numeric_limits<qint64>::max() : qint64(bytes);
+        const qint64 count = bytes >= 9223372036854775808.0 ? std::numeric_limits<qint64>::max() : qint64(bytes);
         return Size {count, used};
     }
 
