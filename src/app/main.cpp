@@ -1,3 +1,5 @@
+#include "Keyboard.h"
+
 #include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
@@ -55,6 +57,7 @@ int main(int argc, char *argv[])
     }
 
     QGuiApplication app(argc, argv);
+    Keyboard::setProvider([] { return QGuiApplication::queryKeyboardModifiers(); });
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("A calm, fast finder for your home folders."));
