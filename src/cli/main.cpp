@@ -1,4 +1,7 @@
+#include "mdindex/MetadataIndex.h"
+#include "mdindex/Query.h"
 #include "search/NaturalSearch.h"
+#include "search/Spotlight.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -6,11 +9,51 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
+#include <QDir>
+#include <QLocale>
 
-// velk-find: the metadata index from a terminal. Until the index exists it can show how a sentence is
-// understood (--explain).
+#include <cstdio>
+#include <unistd.h>
+
+// velk-find: the metadata index from a terminal. Natural language by default, the query language
+// with --raw; --update brings the index up to date first.
 namespace {
+
+void print(const QString &text, FILE *stream = stdout)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+}
+
+int update(mdindex::MetadataIndex &index)
+{
+    const bool terminal = ::isatty(STDERR_FILENO);
+    const QLocale locale;
+    const auto line = [&locale](const mdindex::UpdateProgress &p) {
+        return QStringLiteral("Indexing: %1 folders, %2 entries (%3 new, %4 changed, %5 removed)")
+            .arg(locale.toString(p.folders), locale.toString(p.entries), locale.toString(p.added), locale.toString(p.changed), locale.toString(p.removed));
+    };
+    const auto progress = [&](const mdindex::UpdateProgress &p) {
+        if (terminal)
+            print(QLatin1Char('\r') + line(p) + QStringLiteral("\x1b[K"), stderr);
+    };
+    const mdindex::UpdateProgress done = index.update(progress);
+    print((terminal ? QStringLiteral("\r") : QString()) + line(done) + (terminal ? QStringLiteral("\x1b[K\n") : QStringLiteral("\n")), stderr);
+    return 0;
+}
+
+QJsonObject itemJson(const FileItem &item)
+{
+    QJsonObject o;
+    o[QStringLiteral("path")] = item.path();
+    o[QStringLiteral("name")] = item.name;
+    o[QStringLiteral("size")] = item.size;
+    o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
+    o[QStringLiteral("kind")] = item.category.rawValue();
+    if (item.contentType)
+        o[QStringLiteral("contentType")] = item.contentType->identifier();
+    return o;
+}
 
 QString local(const std::optional<QDateTime> &when)
 {
@@ -121,6 +164,64 @@ int main(int argc, char *argv[])
         return 0;
     }
 
-    std::fputs("velk-find: the index is not available in this build yet; try --explain.\n", stderr);
-    return 3;
+    mdindex::MetadataIndex index(mdindex::MetadataIndex::defaultOptions());
+    if (!index.open()) {
+        print(QStringLiteral("velk-find: cannot open the index at %1\n").arg(index.options().storePath), stderr);
+        return 1;
+    }
+    if (parser.isSet(QStringLiteral("update"))) {
+        update(index);
+        if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")))
+            return 0;
+    }
+
+    QString queryText;
+    QList<QUrl> scopes;
+    for (const QString &scope : parser.values(QStringLiteral("scope")))
+        scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
+    if (parser.isSet(QStringLiteral("raw"))) {
+        queryText = parser.value(QStringLiteral("raw"));
+        if (!mdindex::Query::parse(queryText)) {
+            print(QStringLiteral("velk-find: this is not a query the index understands: %1\n").arg(queryText), stderr);
+            return 2;
+        }
+    } else {
+        // As the app searches: the folder named in the text is the only scope.
+        const ParsedQuery parsed = NaturalSearch::parse(text);
+        queryText = parsed.spotlightQuery();
+        if (parsed.folder)
+            scopes = {parsed.folder->url};
+    }
+
+    bool limitOk = true;
+    const int limit = parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&limitOk) : std::numeric_limits<int>::max();
+    if (!limitOk || limit < 0) {
+        print(QStringLiteral("velk-find: --limit takes a whole number\n"), stderr);
+        return 2;
+    }
+    const bool empty = index.read([](const mdindex::Catalog &catalog) { return catalog.liveCount() == 0; });
+    if (empty)
+        print(QStringLiteral("velk-find: the index is empty; run velk-find --update first\n"), stderr);
+
+    const bool countOnly = parser.isSet(QStringLiteral("count"));
+    const SpotlightResult result = Spotlight::collect(index, queryText, scopes, parser.value(QStringLiteral("sort")), countOnly ? 0 : limit);
+    if (countOnly) {
+        print(QString::number(result.totalCount) + QLatin1Char('\n'));
+    } else if (parser.isSet(QStringLiteral("json"))) {
+        QJsonArray items;
+        for (const FileItem &item : result.items)
+            items.append(itemJson(item));
+        QJsonObject o;
+        o[QStringLiteral("query")] = queryText;
+        o[QStringLiteral("totalCount")] = result.totalCount;
+        o[QStringLiteral("totalSize")] = result.totalSize;
+        o[QStringLiteral("items")] = items;
+        std::fputs(QJsonDocument(o).toJson(QJsonDocument::Indented).constData(), stdout);
+    } else {
+        QString out;
+        for (const FileItem &item : result.items)
+            out += item.path() + QLatin1Char('\n');
+        print(out);
+    }
+    return 0;
 }

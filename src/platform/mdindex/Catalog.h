@@ -1,0 +1,144 @@
+#pragma once
+
+#include "MetadataRecord.h"
+#include "UTType.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <limits>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace mdindex {
+
+class Query;
+
+// What the file system says about one entry, as the crawler sees it and the store keeps it.
+struct FileFacts {
+    QString name; // for a root: its absolute path
+    bool isDirectory = false;
+    bool isSymlink = false;
+    qint64 size = 0;
+    qint64 modifiedMs = 0;
+    std::optional<qint64> createdMs;
+    quint64 inode = 0;
+    quint64 device = 0;
+    QString contentType; // type identifier
+};
+
+// Attributes read from a file's contents by the extractors, by attribute name.
+using ExtractedAttributes = QHash<QString, QVariant>;
+
+// Every indexed file and folder, in memory, as compact columns: one row per entry, the names in one
+// text arena (as written and folded for case- and diacritic-insensitive matching), a row's path
+// rebuilt from its parent chain. Rows are never moved; removal leaves a tombstone until the next
+// load. Not thread-safe by itself: the index service guards it.
+class Catalog
+{
+public:
+    using Row = quint32;
+    static constexpr Row noRow = std::numeric_limits<Row>::max();
+
+    Catalog();
+
+    // Adds an entry below `parent` (noRow for a root) with the given store id. Returns its row.
+    Row add(qint64 id, Row parent, const FileFacts &facts, const ExtractedAttributes &extracted = {});
+    // Updates the facts of an existing row; the name and parent stay.
+    void update(Row row, const FileFacts &facts, const ExtractedAttributes &extracted);
+    // Removes a row and everything below it; returns the store ids removed.
+    std::vector<qint64> remove(Row row);
+
+    qsizetype rowCount() const { return qsizetype(m_rows.size()); }
+    qsizetype liveCount() const { return m_liveCount; }
+    bool isLive(Row row) const { return row < m_rows.size() && !(m_rows[row].flags & Removed); }
+    qint64 id(Row row) const { return m_rows[row].id; }
+    qint64 nextId() const { return m_nextId; }
+    Row parent(Row row) const { return m_rows[row].parent; }
+    QStringView name(Row row) const;
+    QString path(Row row) const;
+    bool isDirectory(Row row) const { return m_rows[row].flags & Directory; }
+    FileFacts facts(Row row) const;
+    ExtractedAttributes extracted(Row row) const;
+
+    // The row of an absolute path, if the catalog holds it.
+    Row find(QStringView path) const;
+    Row child(Row parent, QStringView name) const;
+    // Live rows directly below a folder row.
+    std::vector<Row> children(Row parent) const;
+    QList<Row> roots() const { return m_roots; }
+
+    // The value of one attribute of a row, as a metadata record would give it.
+    QVariant value(Row row, QStringView attribute) const;
+
+    // The live rows that satisfy the query and lie at or below one of the scope folders (all rows
+    // when `scopes` is empty), sorted descending by `sortAttribute` with rows that lack it last.
+    std::vector<Row> search(const Query &query, const QStringList &scopes, QStringView sortAttribute) const;
+
+    // Approximate bytes held, for the memory figures.
+    qsizetype memoryUsage() const;
+
+private:
+    enum Flag : quint8 { Directory = 1, Symlink = 2, Removed = 4, AsciiName = 8 };
+    struct RowData {
+        qint64 id;
+        qint64 size;
+        qint64 modifiedMs;
+        qint64 createdMs; // noTime when unknown
+        quint64 inode;
+        Row parent;
+        Row firstChild;
+        Row nextSibling;
+        quint32 nameOffset;
+        quint32 foldedOffset;
+        quint16 nameLength;
+        quint16 foldedLength;
+        quint16 type;
+        quint8 flags;
+    };
+    static constexpr qint64 noTime = std::numeric_limits<qint64>::min();
+
+    struct TypeInfo {
+        QString identifier;
+        QStringList tree;
+    };
+
+    quint16 typeIndex(const QString &identifier);
+    static quint64 childKey(Row parent, QStringView name);
+    QStringView folded(Row row) const;
+
+    class Evaluator;
+    friend class Evaluator;
+
+    std::vector<RowData> m_rows;
+    QString m_names; // names as written, then folded, back to back
+    std::vector<TypeInfo> m_types;
+    QHash<QString, quint16> m_typeIndex;
+    std::unordered_multimap<quint64, Row> m_children;
+    // Attributes from file contents are few per file and absent for most: kept sparse.
+    std::unordered_map<Row, ExtractedAttributes> m_extracted;
+    QList<Row> m_roots;
+    qsizetype m_liveCount = 0;
+    qint64 m_nextId = 1;
+};
+
+// One catalog row seen as a metadata record.
+class CatalogRecord final : public MetadataRecord
+{
+public:
+    CatalogRecord(const Catalog &catalog, Catalog::Row row)
+        : m_catalog(catalog)
+        , m_row(row)
+    {
+    }
+    QVariant valueForAttribute(QStringView attribute) const override { return m_catalog.value(m_row, attribute); }
+
+private:
+    const Catalog &m_catalog;
+    Catalog::Row m_row;
+};
+
+} // namespace mdindex

@@ -1,0 +1,352 @@
+#include "MetadataIndex.h"
+
+#include "Store.h"
+#include "UserPlaces.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QSet>
+
+#include <condition_variable>
+#include <deque>
+#include <thread>
+
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace mdindex {
+
+namespace {
+
+    constexpr size_t kWritesPerTransaction = 4000;
+
+    // Background walks should not be felt: lowest CPU priority and the idle I/O class for this thread.
+    void becomePolite()
+    {
+        const auto tid = pid_t(::syscall(SYS_gettid));
+        ::setpriority(PRIO_PROCESS, id_t(tid), 19);
+        constexpr int ioprioClassIdle = 3;
+        constexpr int ioprioWhoProcess = 1;
+        ::syscall(SYS_ioprio_set, ioprioWhoProcess, tid, ioprioClassIdle << 13);
+    }
+
+    bool sameFacts(const FileFacts &a, const FileFacts &b)
+    {
+        return a.isDirectory == b.isDirectory && a.isSymlink == b.isSymlink && a.size == b.size && a.modifiedMs == b.modifiedMs && a.inode == b.inode;
+    }
+
+} // namespace
+
+struct MetadataIndex::Walk {
+    struct Job {
+        QString path;
+        Catalog::Row row;
+        quint64 device;
+    };
+
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<Job> jobs;
+    int busy = 0;
+
+    QSet<QString> roots;
+    std::vector<quint8> seen; // guarded by the catalog's write lock
+    const std::atomic<bool> *stop = nullptr;
+
+    std::mutex storeMutex;
+    std::vector<Store::Row> writes;
+
+    std::mutex progressMutex;
+    UpdateProgress progress;
+    std::function<void(const UpdateProgress &)> report;
+    QElapsedTimer sinceReport;
+
+    bool stopped() const { return stop && stop->load(std::memory_order_relaxed); }
+
+    void markSeen(Catalog::Row row)
+    {
+        if (seen.size() <= row)
+            seen.resize(size_t(row) + 1 + seen.size() / 2, 0);
+        seen[row] = 1;
+    }
+};
+
+MetadataIndex::MetadataIndex(Options options)
+    : m_options(std::move(options))
+{
+}
+
+MetadataIndex::~MetadataIndex() = default;
+
+QStringList MetadataIndex::defaultRoots()
+{
+    return QStringList {QDir::cleanPath(UserPlaces::homePath())} + UserPlaces::applicationFolders();
+}
+
+MetadataIndex::Options MetadataIndex::defaultOptions()
+{
+    Options options;
+    options.storePath = Store::defaultPath();
+    options.roots = defaultRoots();
+    return options;
+}
+
+MetadataIndex &MetadataIndex::shared()
+{
+    static MetadataIndex index = [] {
+        Options options = defaultOptions();
+        options.polite = true;
+        return MetadataIndex(options);
+    }();
+    static std::once_flag opened;
+    std::call_once(opened, [] { index.open(); });
+    return index;
+}
+
+bool MetadataIndex::storeWasRebuilt() const
+{
+    return m_store && m_store->wasRebuilt();
+}
+
+bool MetadataIndex::open()
+{
+    std::unique_lock lock(m_lock);
+    m_store = Store::open(m_options.storePath);
+    if (!m_store)
+        return m_open = false;
+
+    // Parents come before their children; a row whose parent is missing is dropped from the store.
+    std::vector<std::pair<qint64, Catalog::Row>> rowOfId;
+    std::vector<qint64> orphans;
+    const auto visit = [&](const Store::Row &stored) {
+        Catalog::Row parent = Catalog::noRow;
+        if (stored.parentId != 0) {
+            const auto it = std::lower_bound(rowOfId.begin(), rowOfId.end(), std::pair(stored.parentId, Catalog::Row(0)));
+            if (it == rowOfId.end() || it->first != stored.parentId || !m_catalog.isDirectory(it->second)) {
+                orphans.push_back(stored.id);
+                return;
+            }
+            parent = it->second;
+        }
+        rowOfId.emplace_back(stored.id, m_catalog.add(stored.id, parent, stored.facts, stored.extracted));
+    };
+    if (!m_store->load(visit)) {
+        m_catalog = Catalog();
+        orphans.clear();
+        if (!m_store->reset())
+            return m_open = false;
+    }
+    if (!orphans.empty() && m_store->begin()) {
+        for (qint64 id : orphans)
+            m_store->remove(id);
+        m_store->commit();
+    }
+    return m_open = true;
+}
+
+void MetadataIndex::addExtractor(std::unique_ptr<Extractor> extractor)
+{
+    m_extractors.push_back(std::move(extractor));
+}
+
+void MetadataIndex::flush(Walk &walk, bool force)
+{
+    std::vector<Store::Row> writes;
+    {
+        std::lock_guard guard(walk.storeMutex);
+        if (!force && walk.writes.size() < kWritesPerTransaction)
+            return;
+        writes.swap(walk.writes);
+    }
+    if (writes.empty() || !m_store)
+        return;
+    // One writer at a time; the catalog lock is not held, so queries go on meanwhile.
+    static std::mutex writer;
+    std::lock_guard guard(writer);
+    if (!m_store->begin())
+        return;
+    for (const Store::Row &row : writes) {
+        if (row.facts.name.isNull())
+            m_store->remove(row.id);
+        else
+            m_store->upsert(row);
+    }
+    m_store->commit();
+}
+
+void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row, quint64 device)
+{
+    std::vector<WalkEntry> entries;
+    if (!Crawler::list(path, device, entries))
+        return;
+
+    // Which entries are new or changed: only those are typed and read.
+    std::vector<Catalog::Row> existing(entries.size(), Catalog::noRow);
+    std::vector<quint8> fresh(entries.size(), 1);
+    {
+        std::shared_lock lock(m_lock);
+        for (size_t i = 0; i < entries.size(); ++i) {
+            existing[i] = m_catalog.child(row, entries[i].facts.name);
+            if (existing[i] != Catalog::noRow && sameFacts(m_catalog.facts(existing[i]), entries[i].facts))
+                fresh[i] = 0;
+        }
+    }
+    std::vector<ExtractedAttributes> extracted(entries.size());
+    for (size_t i = 0; i < entries.size(); ++i) {
+        if (!fresh[i])
+            continue;
+        FileFacts &facts = entries[i].facts;
+        facts.contentType = Crawler::contentType(path, facts);
+        if (!facts.isDirectory && !facts.isSymlink) {
+            const QString filePath = path + QLatin1Char('/') + facts.name;
+            for (const auto &extractor : m_extractors) {
+                if (extractor->wants(facts))
+                    extractor->extract(filePath, facts, extracted[i]);
+            }
+        }
+    }
+
+    std::vector<Walk::Job> jobs;
+    std::vector<Store::Row> writes;
+    qint64 added = 0;
+    qint64 changed = 0;
+    {
+        std::unique_lock lock(m_lock);
+        const qint64 parentId = m_catalog.id(row);
+        for (size_t i = 0; i < entries.size(); ++i) {
+            const WalkEntry &entry = entries[i];
+            const QString childPath = path + QLatin1Char('/') + entry.facts.name;
+            // Another root below this one is walked on its own.
+            if (entry.facts.isDirectory && walk.roots.contains(childPath))
+                continue;
+            Catalog::Row child = existing[i];
+            if (child == Catalog::noRow || !m_catalog.isLive(child)) {
+                child = m_catalog.add(m_catalog.nextId(), row, entry.facts, extracted[i]);
+                ++added;
+            } else if (fresh[i]) {
+                m_catalog.update(child, entry.facts, extracted[i]);
+                ++changed;
+            }
+            walk.markSeen(child);
+            if (fresh[i])
+                writes.push_back({m_catalog.id(child), parentId, entry.facts, extracted[i]});
+            if (entry.descend)
+                jobs.push_back({childPath, child, device});
+        }
+    }
+
+    {
+        std::lock_guard guard(walk.storeMutex);
+        walk.writes.insert(walk.writes.end(), std::make_move_iterator(writes.begin()), std::make_move_iterator(writes.end()));
+    }
+    flush(walk, false);
+
+    {
+        std::lock_guard guard(walk.progressMutex);
+        walk.progress.folders += 1;
+        walk.progress.entries += qint64(entries.size());
+        walk.progress.added += added;
+        walk.progress.changed += changed;
+        if (walk.report && walk.sinceReport.elapsed() >= 100) {
+            walk.report(walk.progress);
+            walk.sinceReport.restart();
+        }
+    }
+    if (!jobs.empty()) {
+        std::lock_guard guard(walk.mutex);
+        for (auto &job : jobs)
+            walk.jobs.push_back(std::move(job));
+        walk.wake.notify_all();
+    }
+}
+
+UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgress &)> &progress, const std::atomic<bool> *stop)
+{
+    if (!m_open)
+        return {};
+    std::lock_guard single(m_updateMutex);
+
+    Walk walk;
+    walk.stop = stop;
+    walk.report = progress;
+    walk.sinceReport.start();
+    for (const QString &root : m_options.roots)
+        walk.roots.insert(QDir::cleanPath(root));
+
+    // The roots themselves.
+    {
+        std::unique_lock lock(m_lock);
+        walk.seen.assign(size_t(m_catalog.rowCount()), 0);
+        for (const QString &root : std::as_const(walk.roots)) {
+            auto facts = Crawler::stat(root);
+            if (!facts || !facts->isDirectory)
+                continue;
+            facts->contentType = QStringLiteral("public.folder");
+            Catalog::Row row = Catalog::noRow;
+            for (Catalog::Row existing : m_catalog.roots()) {
+                if (m_catalog.name(existing) == root)
+                    row = existing;
+            }
+            if (row == Catalog::noRow)
+                row = m_catalog.add(m_catalog.nextId(), Catalog::noRow, *facts);
+            else
+                m_catalog.update(row, *facts, {});
+            walk.markSeen(row);
+            walk.writes.push_back({m_catalog.id(row), 0, *facts, {}});
+            walk.jobs.push_back({root, row, facts->device});
+        }
+    }
+
+    const auto worker = [this, &walk] {
+        if (m_options.polite)
+            becomePolite();
+        for (;;) {
+            Walk::Job job;
+            {
+                std::unique_lock guard(walk.mutex);
+                walk.wake.wait(guard, [&walk] { return !walk.jobs.empty() || walk.busy == 0 || walk.stopped(); });
+                if (walk.stopped() || walk.jobs.empty())
+                    return;
+                job = std::move(walk.jobs.front());
+                walk.jobs.pop_front();
+                ++walk.busy;
+            }
+            walkFolder(walk, job.path, job.row, job.device);
+            {
+                std::lock_guard guard(walk.mutex);
+                --walk.busy;
+                walk.wake.notify_all();
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < std::max(1, m_options.threads); ++i)
+        threads.emplace_back(worker);
+    for (auto &thread : threads)
+        thread.join();
+
+    // What the walk did not see is gone, unless the walk was stopped before it could see it all.
+    if (!walk.stopped()) {
+        std::unique_lock lock(m_lock);
+        for (Catalog::Row row = 0; row < Catalog::Row(m_catalog.rowCount()); ++row) {
+            if (!m_catalog.isLive(row) || (row < walk.seen.size() && walk.seen[row]))
+                continue;
+            for (qint64 id : m_catalog.remove(row)) {
+                Store::Row removal;
+                removal.id = id;
+                walk.writes.push_back(std::move(removal));
+                ++walk.progress.removed;
+            }
+        }
+    }
+    flush(walk, true);
+    if (m_store)
+        m_store->setMeta(QStringLiteral("lastUpdate"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
+    if (progress)
+        progress(walk.progress);
+    return walk.progress;
+}
+
+} // namespace mdindex

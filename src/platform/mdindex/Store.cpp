@@ -1,0 +1,265 @@
+#include "Store.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QIODevice>
+#include <QStandardPaths>
+
+#include <sqlite3.h>
+
+namespace mdindex {
+
+namespace {
+
+    // Prepared statements live as long as the connection.
+    struct Statement {
+        sqlite3_stmt *stmt = nullptr;
+        ~Statement() { sqlite3_finalize(stmt); }
+        bool prepare(sqlite3 *db, const char *sql) { return sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) == SQLITE_OK; }
+    };
+
+    void bindText(sqlite3_stmt *stmt, int index, const QString &text)
+    {
+        const QByteArray utf8 = text.toUtf8();
+        sqlite3_bind_text(stmt, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+    }
+
+    QString columnText(sqlite3_stmt *stmt, int column)
+    {
+        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, column));
+        return text ? QString::fromUtf8(text, sqlite3_column_bytes(stmt, column)) : QString();
+    }
+
+    QByteArray encodeExtracted(const ExtractedAttributes &attributes)
+    {
+        if (attributes.isEmpty())
+            return {};
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out.setVersion(QDataStream::Qt_6_4);
+        out << attributes;
+        return bytes;
+    }
+
+    ExtractedAttributes decodeExtracted(const void *data, int size)
+    {
+        ExtractedAttributes attributes;
+        if (size <= 0)
+            return attributes;
+        QByteArray bytes = QByteArray::fromRawData(static_cast<const char *>(data), size);
+        QDataStream in(bytes);
+        in.setVersion(QDataStream::Qt_6_4);
+        in >> attributes;
+        // A damaged blob loses the file's extracted attributes, not the file.
+        if (in.status() != QDataStream::Ok)
+            attributes.clear();
+        return attributes;
+    }
+
+} // namespace
+
+struct Store::Statements {
+    Statement upsert;
+    Statement remove;
+    Statement metaGet;
+    Statement metaSet;
+};
+
+Store::Store(QString path)
+    : m_path(std::move(path))
+{
+}
+
+Store::~Store()
+{
+    close();
+}
+
+QString Store::defaultPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/velk/index.sqlite");
+}
+
+std::unique_ptr<Store> Store::open(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    std::unique_ptr<Store> store(new Store(path));
+    if (store->openFile() || store->reset())
+        return store;
+    return nullptr;
+}
+
+bool Store::reset()
+{
+    // Unreadable, of another version or not a database at all: move it aside and start over. The
+    // index is rebuilt from the disk; nothing of the user's is lost.
+    close();
+    for (const char *suffix : {"", "-wal", "-shm"}) {
+        const QString file = m_path + QLatin1StringView(suffix);
+        if (QFileInfo::exists(file)) {
+            QFile::remove(file + QStringLiteral(".broken"));
+            if (!QFile::rename(file, file + QStringLiteral(".broken")))
+                QFile::remove(file);
+        }
+    }
+    m_rebuilt = true;
+    return openFile();
+}
+
+bool Store::exec(const char *sql)
+{
+    return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool Store::openFile()
+{
+    if (sqlite3_open_v2(QFile::encodeName(m_path).constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK)
+        return false;
+    sqlite3_busy_timeout(m_db, 5000);
+    if (!exec("PRAGMA journal_mode=WAL") || !exec("PRAGMA synchronous=NORMAL"))
+        return false;
+
+    // An empty file gets the schema; anything else must carry our version.
+    int version = -1;
+    {
+        Statement s;
+        if (!s.prepare(m_db, "PRAGMA user_version") || sqlite3_step(s.stmt) != SQLITE_ROW)
+            return false;
+        version = sqlite3_column_int(s.stmt, 0);
+    }
+    int tables = 0;
+    {
+        Statement s;
+        if (!s.prepare(m_db, "SELECT count(*) FROM sqlite_master") || sqlite3_step(s.stmt) != SQLITE_ROW)
+            return false;
+        tables = sqlite3_column_int(s.stmt, 0);
+    }
+    if (tables == 0) {
+        if (!createSchema())
+            return false;
+    } else if (version != schemaVersion) {
+        return false;
+    }
+
+    m_statements = std::make_unique<Statements>();
+    return m_statements->upsert.prepare(m_db,
+               "INSERT OR REPLACE INTO files(id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted) "
+               "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12)")
+        && m_statements->remove.prepare(m_db, "DELETE FROM files WHERE id = ?1") && m_statements->metaGet.prepare(m_db, "SELECT value FROM meta WHERE key = ?1")
+        && m_statements->metaSet.prepare(m_db, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
+}
+
+bool Store::createSchema()
+{
+    return exec("BEGIN")
+        && exec("CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT)")
+        // Rows are written parents first, so ordering by id gives every parent before its children.
+        && exec("CREATE TABLE files(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL, is_dir INTEGER NOT NULL, "
+                "is_link INTEGER NOT NULL, size INTEGER NOT NULL, mtime INTEGER NOT NULL, btime INTEGER, inode INTEGER NOT NULL, "
+                "device INTEGER NOT NULL, type TEXT NOT NULL, extracted BLOB)")
+        && exec(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion).toUtf8().constData()) && exec("COMMIT");
+}
+
+void Store::close()
+{
+    m_statements.reset();
+    if (m_db) {
+        sqlite3_close_v2(m_db);
+        m_db = nullptr;
+    }
+}
+
+bool Store::load(const std::function<void(const Row &)> &visit)
+{
+    Statement s;
+    if (!s.prepare(m_db, "SELECT id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted FROM files ORDER BY id"))
+        return false;
+    Row row;
+    int rc = SQLITE_OK;
+    while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
+        row.id = sqlite3_column_int64(s.stmt, 0);
+        row.parentId = sqlite3_column_int64(s.stmt, 1);
+        row.facts.name = columnText(s.stmt, 2);
+        row.facts.isDirectory = sqlite3_column_int(s.stmt, 3);
+        row.facts.isSymlink = sqlite3_column_int(s.stmt, 4);
+        row.facts.size = sqlite3_column_int64(s.stmt, 5);
+        row.facts.modifiedMs = sqlite3_column_int64(s.stmt, 6);
+        row.facts.createdMs = sqlite3_column_type(s.stmt, 7) == SQLITE_NULL ? std::nullopt : std::optional(sqlite3_column_int64(s.stmt, 7));
+        row.facts.inode = quint64(sqlite3_column_int64(s.stmt, 8));
+        row.facts.device = quint64(sqlite3_column_int64(s.stmt, 9));
+        row.facts.contentType = columnText(s.stmt, 10);
+        row.extracted = decodeExtracted(sqlite3_column_blob(s.stmt, 11), sqlite3_column_bytes(s.stmt, 11));
+        visit(row);
+    }
+    return rc == SQLITE_DONE;
+}
+
+bool Store::begin()
+{
+    return exec("BEGIN IMMEDIATE");
+}
+
+bool Store::commit()
+{
+    return exec("COMMIT");
+}
+
+void Store::rollback()
+{
+    exec("ROLLBACK");
+}
+
+bool Store::upsert(const Row &row)
+{
+    sqlite3_stmt *s = m_statements->upsert.stmt;
+    sqlite3_reset(s);
+    sqlite3_bind_int64(s, 1, row.id);
+    sqlite3_bind_int64(s, 2, row.parentId);
+    bindText(s, 3, row.facts.name);
+    sqlite3_bind_int(s, 4, row.facts.isDirectory);
+    sqlite3_bind_int(s, 5, row.facts.isSymlink);
+    sqlite3_bind_int64(s, 6, row.facts.size);
+    sqlite3_bind_int64(s, 7, row.facts.modifiedMs);
+    if (row.facts.createdMs)
+        sqlite3_bind_int64(s, 8, *row.facts.createdMs);
+    else
+        sqlite3_bind_null(s, 8);
+    sqlite3_bind_int64(s, 9, qint64(row.facts.inode));
+    sqlite3_bind_int64(s, 10, qint64(row.facts.device));
+    bindText(s, 11, row.facts.contentType);
+    const QByteArray extracted = encodeExtracted(row.extracted);
+    if (extracted.isEmpty())
+        sqlite3_bind_null(s, 12);
+    else
+        sqlite3_bind_blob(s, 12, extracted.constData(), int(extracted.size()), SQLITE_TRANSIENT);
+    return sqlite3_step(s) == SQLITE_DONE;
+}
+
+bool Store::remove(qint64 id)
+{
+    sqlite3_stmt *s = m_statements->remove.stmt;
+    sqlite3_reset(s);
+    sqlite3_bind_int64(s, 1, id);
+    return sqlite3_step(s) == SQLITE_DONE;
+}
+
+QString Store::meta(const QString &key) const
+{
+    sqlite3_stmt *s = m_statements->metaGet.stmt;
+    sqlite3_reset(s);
+    bindText(s, 1, key);
+    return sqlite3_step(s) == SQLITE_ROW ? columnText(s, 0) : QString();
+}
+
+void Store::setMeta(const QString &key, const QString &value)
+{
+    sqlite3_stmt *s = m_statements->metaSet.stmt;
+    sqlite3_reset(s);
+    bindText(s, 1, key);
+    bindText(s, 2, value);
+    sqlite3_step(s);
+}
+
+} // namespace mdindex

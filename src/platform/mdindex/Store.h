@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Catalog.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+struct sqlite3;
+
+namespace mdindex {
+
+// The index on disk: one SQLite file in WAL mode. Every change goes through a transaction, so a
+// process killed at any moment leaves the last committed state. A file of another schema version, or
+// one SQLite cannot read, is set aside and the index starts empty; the store never refuses to open
+// where the folder is writable.
+class Store
+{
+public:
+    ~Store();
+    Store(const Store &) = delete;
+    Store &operator=(const Store &) = delete;
+
+    // No store only when no database can be created at `path` at all.
+    static std::unique_ptr<Store> open(const QString &path);
+    // Where the index lives for this user: $XDG_CACHE_HOME/velk/index.sqlite.
+    static QString defaultPath();
+    static constexpr int schemaVersion = 1;
+
+    // Sets the file aside and starts an empty store, for a file that turned out damaged while
+    // reading. False when no new file can be made.
+    bool reset();
+    // True when the store found an unusable file and started over.
+    bool wasRebuilt() const { return m_rebuilt; }
+    QString path() const { return m_path; }
+
+    struct Row {
+        qint64 id = 0;
+        qint64 parentId = 0; // 0 for a root
+        FileFacts facts;
+        ExtractedAttributes extracted;
+    };
+    // Every stored row, parents before their children. False when reading failed part way (the
+    // rows given so far are kept by the caller or not, as it likes).
+    bool load(const std::function<void(const Row &)> &visit);
+
+    // Writes happen between begin() and commit(); upserts and removals are cheap inside one.
+    bool begin();
+    bool commit();
+    void rollback();
+    bool upsert(const Row &row);
+    bool remove(qint64 id);
+
+    QString meta(const QString &key) const;
+    void setMeta(const QString &key, const QString &value);
+
+private:
+    explicit Store(QString path);
+    bool openFile();
+    bool createSchema();
+    void close();
+    bool exec(const char *sql);
+
+    QString m_path;
+    sqlite3 *m_db = nullptr;
+    struct Statements;
+    std::unique_ptr<Statements> m_statements;
+    bool m_rebuilt = false;
+};
+
+} // namespace mdindex

@@ -1,0 +1,108 @@
+#include "Spotlight.h"
+
+#include "mdindex/MetadataIndex.h"
+#include "mdindex/Query.h"
+
+#include <QCoro/QCoroFuture>
+#include <QtConcurrent/QtConcurrentRun>
+
+const SpotlightResult &SpotlightResult::empty()
+{
+    static const SpotlightResult result;
+    return result;
+}
+
+namespace Spotlight {
+
+const QStringList &skipList()
+{
+    static const QStringList fragments = {
+        QStringLiteral("/node_modules/"),
+        QStringLiteral(".app/"),
+        QStringLiteral(".photoslibrary/"),
+        QStringLiteral(".musiclibrary/"),
+        QStringLiteral(".tvlibrary/"),
+        QStringLiteral(".framework/"),
+        QStringLiteral(".bundle/"),
+        QStringLiteral(".xcodeproj/"),
+        QStringLiteral(".xcassets/"),
+        QStringLiteral(".xcworkspace/"),
+        QStringLiteral("/DerivedData/"),
+        QStringLiteral("/Pods/"),
+        QStringLiteral("/site-packages/"),
+        QStringLiteral(".lproj/"),
+    };
+    return fragments;
+}
+
+bool isUnwanted(QStringView path, const QStringList &roots)
+{
+    // Hidden means hidden below the root the file was found in: the application folders of this
+    // desktop live under ~/.local, and their entries are not hidden files.
+    qsizetype start = 0;
+    for (const QString &root : roots) {
+        if (path.startsWith(root) && (path.size() == root.size() || path.at(root.size()) == QLatin1Char('/')) && root.size() > start)
+            start = root.size();
+    }
+    if (path.sliced(start).contains(QLatin1StringView("/.")))
+        return true;
+    return std::any_of(skipList().begin(), skipList().end(), [path](const QString &fragment) { return path.contains(fragment); });
+}
+
+SpotlightResult collect(const mdindex::MetadataIndex &index, const QString &query, const QList<QUrl> &scopes, const QString &sortKey, int limit,
+    const Accept &accept, const std::atomic<bool> *cancelled)
+{
+    const auto parsed = mdindex::Query::parse(query);
+    if (!parsed || !index.isOpen())
+        return SpotlightResult::empty();
+    QStringList scopePaths;
+    for (const QUrl &scope : scopes)
+        scopePaths.append(scope.toLocalFile());
+    const QStringList roots = index.options().roots;
+
+    SpotlightResult result;
+    const bool completed = index.read([&](const mdindex::Catalog &catalog) {
+        const std::vector<mdindex::Catalog::Row> rows = catalog.search(*parsed, scopePaths, sortKey);
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if ((i & 255) == 0 && cancelled && cancelled->load())
+                return false;
+            const mdindex::CatalogRecord record(catalog, rows[i]);
+            const QString path = catalog.path(rows[i]);
+            if (isUnwanted(path, roots))
+                continue;
+            const auto item = FileItem::fromMetadata(record);
+            if (!item || (accept && !accept(*item)))
+                continue;
+            result.totalCount += 1;
+            result.totalSize += item->size;
+            if (result.items.size() < limit)
+                result.items.append(*item);
+        }
+        return true;
+    });
+    if (!completed || (cancelled && cancelled->load()))
+        return SpotlightResult::empty();
+    return result;
+}
+
+QCoro::Task<SpotlightResult> run(
+    mdindex::MetadataIndex &index, QString query, QList<QUrl> scopes, QString sortKey, int limit, Accept accept, SpotlightCancellation cancellation)
+{
+    if (cancellation.isCancelled())
+        co_return SpotlightResult::empty();
+    SpotlightResult result = co_await QtConcurrent::run([&index, query, scopes, sortKey, limit, accept, cancellation] {
+        if (cancellation.isCancelled())
+            return SpotlightResult::empty();
+        return collect(index, query, scopes, sortKey, limit, accept, cancellation.flag());
+    });
+    co_return result;
+}
+
+QCoro::Task<SpotlightResult> run(QString query, QList<QUrl> scopes, QString sortKey, int limit, Accept accept, SpotlightCancellation cancellation)
+{
+    SpotlightResult result = co_await run(
+        mdindex::MetadataIndex::shared(), std::move(query), std::move(scopes), std::move(sortKey), limit, std::move(accept), std::move(cancellation));
+    co_return result;
+}
+
+} // namespace Spotlight

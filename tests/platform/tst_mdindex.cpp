@@ -1,0 +1,245 @@
+#include "TestHome.h"
+#include "mdindex/MetadataIndex.h"
+#include "mdindex/Query.h"
+#include "mdindex/Store.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <sqlite3.h>
+
+using namespace Qt::StringLiterals;
+using mdindex::Catalog;
+using mdindex::MetadataIndex;
+
+namespace {
+
+const QByteArray kPdf = "%PDF-1.4\n1 0 obj<<>>endobj\ntrailer<<>>\n%%EOF\n";
+const QByteArray kJpeg = QByteArray::fromHex("ffd8ffe000104a46494600010100000100010000ffd9");
+
+MetadataIndex::Options optionsFor(const TestHome &home)
+{
+    MetadataIndex::Options options;
+    options.storePath = home.path(u".cache/velk/index.sqlite"_s);
+    options.roots = {home.root()};
+    return options;
+}
+
+// Paths relative to the home folder of every hit, sorted for comparison unless the order matters.
+QStringList hits(const MetadataIndex &index, const TestHome &home, const QString &query, const QStringList &scopes = {}, const QString &sort = {})
+{
+    const auto parsed = mdindex::Query::parse(query);
+    if (!parsed)
+        return {u"<no query>"_s};
+    return index.read([&](const Catalog &catalog) {
+        QStringList out;
+        for (Catalog::Row row : catalog.search(*parsed, scopes, sort))
+            out.append(QDir(home.root()).relativeFilePath(catalog.path(row)));
+        return out;
+    });
+}
+
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
+} // namespace
+
+class TestMetadataIndex : public QObject
+{
+    Q_OBJECT
+
+private:
+    void fillHome(TestHome &home)
+    {
+        const QDateTime old(QDate(2021, 3, 4), QTime(5, 6), Qt::UTC);
+        home.file(u"Documents/Report 2024.pdf"_s, kPdf, old);
+        home.file(u"Documents/notes.txt"_s, "remember the milk");
+        home.file(u"Pictures/beach.jpg"_s, kJpeg);
+        home.sparseFile(u"Videos/holiday.mp4"_s, 200'000'000);
+        home.file(u".secret/diary.txt"_s, "hidden");
+        home.file(u"code/web/node_modules/left-pad/index.js"_s, "module.exports = 1;");
+        home.file(u"Applications/Thing.app/Contents/Info.plist"_s, "<plist/>");
+        QVERIFY(QFile::link(home.path(u"Documents"_s), home.path(u"docs-link"_s)));
+        QVERIFY(QFile::link(u"."_s, home.path(u"loop"_s)));
+    }
+
+private Q_SLOTS:
+    void walksAndAnswers()
+    {
+        TestHome home;
+        fillHome(home);
+        MetadataIndex index(optionsFor(home));
+        QVERIFY(index.open());
+        const auto progress = index.update();
+        QVERIFY(progress.added >= 14);
+
+        QCOMPARE(hits(index, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
+        QCOMPARE(hits(index, home, u"kMDItemContentTypeTree == 'public.image'"_s), QStringList {u"Pictures/beach.jpg"_s});
+        QCOMPARE(hits(index, home, u"kMDItemContentTypeTree == 'com.adobe.pdf' && kMDItemFSContentChangeDate < $time.iso(2022-01-01T00:00:00Z)"_s),
+            QStringList {u"Documents/Report 2024.pdf"_s});
+        QCOMPARE(hits(index, home, u"kMDItemFSSize > 100000000"_s), QStringList {u"Videos/holiday.mp4"_s});
+
+        // Hidden, bundle and dependency folders are recorded but not entered; links are not followed.
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'diary.txt'"_s), QStringList());
+        QCOMPARE(hits(index, home, u"kMDItemFSName == '.secret'"_s), QStringList {u".secret"_s});
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'node_modules'"_s), QStringList {u"code/web/node_modules"_s});
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'index.js'"_s), QStringList());
+        QCOMPARE(hits(index, home, u"kMDItemContentTypeTree == 'com.apple.application-bundle'"_s), QStringList {u"Applications/Thing.app"_s});
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'Info.plist'"_s), QStringList());
+        QCOMPARE(hits(index, home, u"kMDItemFSName == '*.txt'c"_s), QStringList {u"Documents/notes.txt"_s});
+        QCOMPARE(hits(index, home, u"kMDItemContentType == 'public.symlink'"_s).size(), 2);
+
+        // Files carry their basic attributes as records.
+        const QString pdf = home.path(u"Documents/Report 2024.pdf"_s);
+        const auto attribute = [&](QStringView name) {
+            return index.read([&](const Catalog &catalog) {
+                const Catalog::Row row = catalog.find(pdf);
+                return row == Catalog::noRow ? QVariant(u"<missing>"_s) : mdindex::CatalogRecord(catalog, row).valueForAttribute(name);
+            });
+        };
+        QCOMPARE(attribute(MDAttribute::path).toString(), pdf);
+        QCOMPARE(attribute(MDAttribute::fsSize).toLongLong(), kPdf.size());
+        QCOMPARE(attribute(MDAttribute::fsContentChangeDate).toDateTime(), QDateTime(QDate(2021, 3, 4), QTime(5, 6), Qt::UTC));
+        QVERIFY(attribute(MDAttribute::contentTypeTree).toStringList().contains(u"public.composite-content"_s));
+        QVERIFY(!attribute(MDAttribute::title).isValid());
+    }
+
+    void scopesAndSorting()
+    {
+        TestHome home;
+        fillHome(home);
+        home.sparseFile(u"Videos/short.mp4"_s, 5'000'000);
+        MetadataIndex index(optionsFor(home));
+        QVERIFY(index.open());
+        index.update();
+
+        const QString movies = u"kMDItemContentTypeTree == 'public.movie'"_s;
+        QCOMPARE(sorted(hits(index, home, movies, {home.path(u"Videos"_s)})), (QStringList {u"Videos/holiday.mp4"_s, u"Videos/short.mp4"_s}));
+        QCOMPARE(hits(index, home, movies, {home.path(u"Documents"_s)}), QStringList());
+        QCOMPARE(hits(index, home, movies, {home.path(u"Nowhere"_s)}), QStringList());
+        // A scope above the root holds all of it.
+        QCOMPARE(hits(index, home, movies, {QFileInfo(home.root()).absolutePath()}).size(), 2);
+
+        // Descending by size, with folders (which have no size) last.
+        const QStringList bySize = hits(index, home, u"kMDItemFSName == '*.mp4'"_s, {home.path(u"Videos"_s)}, u"kMDItemFSSize"_s);
+        QCOMPARE(bySize, (QStringList {u"Videos/holiday.mp4"_s, u"Videos/short.mp4"_s}));
+        const QStringList withFolder = hits(index, home, u"kMDItemFSName == '*'"_s, {home.path(u"Videos"_s)}, u"kMDItemFSSize"_s);
+        QCOMPARE(withFolder, (QStringList {u"Videos/holiday.mp4"_s, u"Videos/short.mp4"_s, u"Videos"_s}));
+    }
+
+    void storeSurvivesARestart()
+    {
+        TestHome home;
+        fillHome(home);
+        {
+            MetadataIndex index(optionsFor(home));
+            QVERIFY(index.open());
+            index.update();
+        }
+        MetadataIndex again(optionsFor(home));
+        QVERIFY(again.open());
+        QVERIFY(!again.storeWasRebuilt());
+        QCOMPARE(hits(again, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
+        // Nothing changed on disk: a second walk adds and changes nothing.
+        const auto progress = again.update();
+        QCOMPARE(progress.added, 0);
+        QCOMPARE(progress.changed, 0);
+        QCOMPARE(progress.removed, 0);
+    }
+
+    void updateSeesChanges()
+    {
+        TestHome home;
+        fillHome(home);
+        MetadataIndex index(optionsFor(home));
+        QVERIFY(index.open());
+        index.update();
+
+        home.file(u"Documents/new.md"_s, "# new");
+        home.file(u"Documents/notes.txt"_s, "remember the milk and the bread");
+        QVERIFY(QFile::rename(home.path(u"Pictures/beach.jpg"_s), home.path(u"Pictures/shore.jpg"_s)));
+        QVERIFY(QDir(home.path(u"code"_s)).removeRecursively());
+        const auto progress = index.update();
+        QCOMPARE(progress.added, 2); // new.md, shore.jpg
+        QCOMPARE(progress.changed, 3); // notes.txt, and the two folders whose entries changed
+        QCOMPARE(progress.removed, 4); // beach.jpg, code, web and node_modules, whose insides were never entered
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'new.md'"_s), QStringList {u"Documents/new.md"_s});
+        QCOMPARE(hits(index, home, u"kMDItemContentTypeTree == 'public.image'"_s), QStringList {u"Pictures/shore.jpg"_s});
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'code'"_s), QStringList());
+        QCOMPARE(hits(index, home, u"kMDItemFSName == 'notes.txt' && kMDItemFSSize == 31"_s), QStringList {u"Documents/notes.txt"_s});
+
+        // The store holds the same as memory.
+        MetadataIndex reopened(optionsFor(home));
+        QVERIFY(reopened.open());
+        QCOMPARE(sorted(hits(reopened, home, u"kMDItemFSName == '*'"_s)), sorted(hits(index, home, u"kMDItemFSName == '*'"_s)));
+    }
+
+    void damagedStoresStartOver_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::newRow("garbage") << u"garbage"_s;
+        QTest::newRow("truncated") << u"truncated"_s;
+        QTest::newRow("older schema") << u"older"_s;
+        QTest::newRow("empty file") << u"empty"_s;
+    }
+
+    void damagedStoresStartOver()
+    {
+        QFETCH(QString, damage);
+        TestHome home;
+        fillHome(home);
+        const QString store = optionsFor(home).storePath;
+        {
+            MetadataIndex index(optionsFor(home));
+            QVERIFY(index.open());
+            index.update();
+        }
+        QFile::remove(store + u"-wal"_s);
+        QFile::remove(store + u"-shm"_s);
+        QFile file(store);
+        if (damage == u"garbage"_s) {
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            file.write(QByteArray(8192, '\x5a'));
+        } else if (damage == u"truncated"_s) {
+            QVERIFY(file.resize(file.size() / 2));
+        } else if (damage == u"empty"_s) {
+            QVERIFY(file.resize(0));
+        } else {
+            sqlite3 *db = nullptr;
+            QCOMPARE(sqlite3_open(store.toUtf8().constData(), &db), SQLITE_OK);
+            QCOMPARE(sqlite3_exec(db, "PRAGMA user_version = 0", nullptr, nullptr, nullptr), SQLITE_OK);
+            sqlite3_close(db);
+        }
+        file.close();
+
+        MetadataIndex index(optionsFor(home));
+        QVERIFY(index.open());
+        if (damage != u"empty"_s)
+            QVERIFY(index.storeWasRebuilt());
+        index.update();
+        QCOMPARE(hits(index, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
+        MetadataIndex reopened(optionsFor(home));
+        QVERIFY(reopened.open());
+        QVERIFY(!reopened.storeWasRebuilt());
+    }
+
+    void stoppedWalkKeepsWhatItHad()
+    {
+        TestHome home;
+        fillHome(home);
+        MetadataIndex index(optionsFor(home));
+        QVERIFY(index.open());
+        index.update();
+        std::atomic<bool> stop = true;
+        index.update({}, &stop);
+        // A walk that was stopped removes nothing it did not get to see.
+        QCOMPARE(hits(index, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMetadataIndex)
+#include "tst_mdindex.moc"
