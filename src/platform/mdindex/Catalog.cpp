@@ -104,8 +104,11 @@ Catalog::Catalog()
 
 quint16 Catalog::typeIndex(const QString &identifier)
 {
+    // Neighbouring rows often share a type.
+    if (m_lastType < m_types.size() && m_types[m_lastType].identifier == identifier)
+        return m_lastType;
     if (auto it = m_typeIndex.constFind(identifier); it != m_typeIndex.cend())
-        return *it;
+        return m_lastType = *it;
     TypeInfo info {identifier, {}};
     if (const auto type = UTType::fromIdentifier(identifier))
         info.tree = type->tree();
@@ -114,12 +117,19 @@ quint16 Catalog::typeIndex(const QString &identifier)
     const auto index = quint16(m_types.size());
     m_types.push_back(std::move(info));
     m_typeIndex.insert(identifier, index);
-    return index;
+    return m_lastType = index;
 }
 
 quint64 Catalog::childKey(Row parent, QStringView name)
 {
     return (quint64(parent) << 32) | quint32(qHash(name));
+}
+
+void Catalog::reserve(qsizetype rows)
+{
+    m_rows.reserve(size_t(rows));
+    m_children.reserve(size_t(rows));
+    m_names.reserve(rows * 24);
 }
 
 Catalog::Row Catalog::add(qint64 id, Row parent, const FileFacts &facts, const ExtractedAttributes &extracted)

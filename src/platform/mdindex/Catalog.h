@@ -45,6 +45,8 @@ public:
 
     Catalog();
 
+    // Room for this many rows, so that loading a large store does not grow the columns step by step.
+    void reserve(qsizetype rows);
     // Adds an entry below `parent` (noRow for a root) with the given store id. Returns its row.
     Row add(qint64 id, Row parent, const FileFacts &facts, const ExtractedAttributes &extracted = {});
     // Updates the facts of an existing row; the name and parent stay.
@@ -123,6 +125,7 @@ private:
     QList<Row> m_roots;
     qsizetype m_liveCount = 0;
     qint64 m_nextId = 1;
+    quint16 m_lastType = 0;
 };
 
 // One catalog row seen as a metadata record.

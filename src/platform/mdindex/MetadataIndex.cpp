@@ -118,7 +118,10 @@ bool MetadataIndex::open()
         return m_open = false;
 
     // Parents come before their children; a row whose parent is missing is dropped from the store.
+    const qint64 expected = m_store->approximateRowCount();
+    m_catalog.reserve(expected);
     std::vector<std::pair<qint64, Catalog::Row>> rowOfId;
+    rowOfId.reserve(size_t(expected));
     std::vector<qint64> orphans;
     const auto visit = [&](const Store::Row &stored) {
         Catalog::Row parent = Catalog::noRow;

@@ -171,6 +171,14 @@ void Store::close()
     }
 }
 
+qint64 Store::approximateRowCount() const
+{
+    Statement s;
+    if (!s.prepare(m_db, "SELECT max(id) FROM files") || sqlite3_step(s.stmt) != SQLITE_ROW)
+        return 0;
+    return sqlite3_column_int64(s.stmt, 0);
+}
+
 bool Store::load(const std::function<void(const Row &)> &visit)
 {
     Statement s;

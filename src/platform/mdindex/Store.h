@@ -41,6 +41,8 @@ public:
         FileFacts facts;
         ExtractedAttributes extracted;
     };
+    // About how many rows the store holds (the largest id), cheap to ask.
+    qint64 approximateRowCount() const;
     // Every stored row, parents before their children. False when reading failed part way (the
     // rows given so far are kept by the caller or not, as it likes).
     bool load(const std::function<void(const Row &)> &visit);
