@@ -1,4 +1,6 @@
 #include "Keyboard.h"
+#include "mdindex/MetadataIndex.h"
+#include "mdindex/extractors/Extractors.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -78,7 +80,17 @@ int main(int argc, char *argv[])
     if (engine.rootObjects().isEmpty())
         return 1;
 
-    if (!snapshotFolder.isEmpty())
+    if (!snapshotFolder.isEmpty()) {
         snapshotWhenReady(engine, snapshotFolder);
-    return app.exec();
+    } else {
+        // Answers come from the stored index at once; it catches up with the disk in the background.
+        auto &index = mdindex::MetadataIndex::shared();
+        for (auto &extractor : mdindex::standardExtractors())
+            index.addExtractor(std::move(extractor));
+        index.startWatching();
+    }
+    const int status = app.exec();
+    if (snapshotFolder.isEmpty())
+        mdindex::MetadataIndex::shared().stopWatching();
+    return status;
 }

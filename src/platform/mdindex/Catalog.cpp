@@ -174,6 +174,7 @@ void Catalog::update(Row row, const FileFacts &facts, const ExtractedAttributes 
     RowData &r = m_rows[row];
     r.size = facts.isDirectory ? 0 : facts.size;
     r.modifiedMs = facts.modifiedMs;
+    r.changedMs = facts.changedMs;
     r.createdMs = facts.createdMs.value_or(noTime);
     r.inode = facts.inode;
     r.type = typeIndex(facts.contentType);
@@ -217,6 +218,7 @@ std::vector<qint64> Catalog::remove(Row row)
             }
         }
         m_extracted.erase(r);
+        m_lastUsed.erase(r);
         m_rows[r].flags |= Removed;
         m_rows[r].firstChild = noRow;
         ids.push_back(m_rows[r].id);
@@ -258,6 +260,7 @@ FileFacts Catalog::facts(Row row) const
     f.isSymlink = r.flags & Symlink;
     f.size = r.size;
     f.modifiedMs = r.modifiedMs;
+    f.changedMs = r.changedMs;
     if (r.createdMs != noTime)
         f.createdMs = r.createdMs;
     f.inode = r.inode;
@@ -331,10 +334,34 @@ QVariant Catalog::value(Row row, QStringView attribute) const
         return r.type ? QVariant(m_types[r.type].identifier) : QVariant();
     if (attribute == MDAttribute::contentTypeTree)
         return r.type ? QVariant(m_types[r.type].tree) : QVariant();
+    if (attribute == MDAttribute::lastUsedDate) {
+        const auto used = m_lastUsed.find(row);
+        return used == m_lastUsed.end() ? QVariant() : QVariant(fromMs(used->second));
+    }
     const auto it = m_extracted.find(row);
     if (it == m_extracted.end())
         return {};
     return it->second.value(attribute.toString());
+}
+
+Catalog::Row Catalog::rowOfId(qint64 id) const
+{
+    // Ids only grow as rows are added, so the rows are ordered by id.
+    const auto it = std::lower_bound(m_rows.begin(), m_rows.end(), id, [](const RowData &r, qint64 v) { return r.id < v; });
+    if (it == m_rows.end() || it->id != id)
+        return noRow;
+    const Row row = Row(it - m_rows.begin());
+    return isLive(row) ? row : noRow;
+}
+
+void Catalog::setLastUsed(const QHash<QString, qint64> &lastUsedByPath)
+{
+    m_lastUsed.clear();
+    for (auto it = lastUsedByPath.cbegin(); it != lastUsedByPath.cend(); ++it) {
+        const Row row = find(it.key());
+        if (row != noRow)
+            m_lastUsed[row] = it.value();
+    }
 }
 
 // Evaluates a query over whole columns: each comparison looks only at the rows that can still
@@ -343,8 +370,9 @@ QVariant Catalog::value(Row row, QStringView attribute) const
 class Catalog::Evaluator
 {
 public:
-    explicit Evaluator(const Catalog &catalog)
+    Evaluator(const Catalog &catalog, const TextSearch &textSearch)
         : c(catalog)
+        , texts(textSearch)
     {
     }
 
@@ -406,6 +434,28 @@ private:
             });
             return out;
         }
+        if (attribute == MDAttribute::textContent) {
+            const bool absence = cmp.op == Op::notEqual && std::holds_alternative<std::monostate>(cmp.value);
+            if (!texts)
+                return absence ? within : out;
+            if (absence) {
+                // Files without text: everything but those with some.
+                RowSet withText(within.size());
+                Comparison present {cmp.attribute, Op::equal, std::monostate()};
+                for (qint64 id : texts(present)) {
+                    const Row row = c.rowOfId(id);
+                    if (row != noRow)
+                        withText.set(row);
+                }
+                return within.minus(withText);
+            }
+            for (qint64 id : texts(cmp)) {
+                const Row row = c.rowOfId(id);
+                if (row != noRow && within.test(row))
+                    out.set(row);
+            }
+            return out;
+        }
         const auto *number = std::get_if<double>(&cmp.value);
         const auto *time = std::get_if<QDateTime>(&cmp.value);
         if (attribute == MDAttribute::fsSize && number) {
@@ -433,9 +483,10 @@ private:
     }
 
     const Catalog &c;
+    const TextSearch &texts;
 };
 
-std::vector<Catalog::Row> Catalog::search(const Query &query, const QStringList &scopes, QStringView sortAttribute) const
+std::vector<Catalog::Row> Catalog::search(const Query &query, const QStringList &scopes, QStringView sortAttribute, const TextSearch &textSearch) const
 {
     const size_t n = m_rows.size();
     RowSet within(n);
@@ -472,7 +523,7 @@ std::vector<Catalog::Row> Catalog::search(const Query &query, const QStringList 
     }
 
     std::vector<Row> rows;
-    Evaluator(*this).evaluate(query.root(), within).forEach([&rows](Row row) { rows.push_back(row); });
+    Evaluator(*this, textSearch).evaluate(query.root(), within).forEach([&rows](Row row) { rows.push_back(row); });
     if (sortAttribute.isEmpty())
         return rows;
 

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <unordered_map>
@@ -16,6 +17,7 @@
 namespace mdindex {
 
 class Query;
+struct Comparison;
 
 // What the file system says about one entry, as the crawler sees it and the store keeps it.
 struct FileFacts {
@@ -24,6 +26,9 @@ struct FileFacts {
     bool isSymlink = false;
     qint64 size = 0;
     qint64 modifiedMs = 0;
+    // The inode's change time: moves with the modification time, and also with new extended
+    // attributes, which is how a download address added later is noticed.
+    qint64 changedMs = 0;
     std::optional<qint64> createdMs;
     quint64 inode = 0;
     quint64 device = 0;
@@ -76,9 +81,20 @@ public:
     // The value of one attribute of a row, as a metadata record would give it.
     QVariant value(Row row, QStringView attribute) const;
 
+    // Answers comparisons on the text inside files, which lives outside the catalog: the store ids of
+    // the files whose text satisfies the comparison.
+    using TextSearch = std::function<std::vector<qint64>(const Comparison &)>;
+
     // The live rows that satisfy the query and lie at or below one of the scope folders (all rows
     // when `scopes` is empty), sorted descending by `sortAttribute` with rows that lack it last.
-    std::vector<Row> search(const Query &query, const QStringList &scopes, QStringView sortAttribute) const;
+    // Without `textSearch`, no file has text.
+    std::vector<Row> search(const Query &query, const QStringList &scopes, QStringView sortAttribute, const TextSearch &textSearch = {}) const;
+
+    // The row of a store id, if it is live.
+    Row rowOfId(qint64 id) const;
+
+    // When each file was last opened, from the desktop's recently used list; replaces what was set.
+    void setLastUsed(const QHash<QString, qint64> &lastUsedByPath);
 
     // Approximate bytes held, for the memory figures.
     qsizetype memoryUsage() const;
@@ -89,6 +105,7 @@ private:
         qint64 id;
         qint64 size;
         qint64 modifiedMs;
+        qint64 changedMs;
         qint64 createdMs; // noTime when unknown
         quint64 inode;
         Row parent;
@@ -122,6 +139,7 @@ private:
     std::unordered_multimap<quint64, Row> m_children;
     // Attributes from file contents are few per file and absent for most: kept sparse.
     std::unordered_map<Row, ExtractedAttributes> m_extracted;
+    std::unordered_map<Row, qint64> m_lastUsed;
     QList<Row> m_roots;
     qsizetype m_liveCount = 0;
     qint64 m_nextId = 1;

@@ -39,12 +39,13 @@ namespace Crawler {
             facts.isSymlink = S_ISLNK(st.stx_mode);
             facts.size = S_ISREG(st.stx_mode) ? qint64(st.stx_size) : 0;
             facts.modifiedMs = toMs(st.stx_mtime);
+            facts.changedMs = toMs(st.stx_ctime);
             facts.createdMs = (st.stx_mask & STATX_BTIME) ? std::optional(toMs(st.stx_btime)) : std::nullopt;
             facts.inode = st.stx_ino;
             facts.device = makedev(st.stx_dev_major, st.stx_dev_minor);
         }
 
-        constexpr unsigned kMask = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_BTIME | STATX_INO;
+        constexpr unsigned kMask = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_BTIME | STATX_INO;
 
         // The type of a file whose name says nothing, from its first bytes. The common cases (empty files,
         // programs, scripts, text) are told here directly; anything else goes through the MIME database's

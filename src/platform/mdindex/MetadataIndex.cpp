@@ -1,14 +1,18 @@
 #include "MetadataIndex.h"
 
+#include "Query.h"
+#include "RecentlyUsed.h"
 #include "Store.h"
 #include "UserPlaces.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QSet>
 
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <thread>
 
@@ -34,7 +38,8 @@ namespace {
 
     bool sameFacts(const FileFacts &a, const FileFacts &b)
     {
-        return a.isDirectory == b.isDirectory && a.isSymlink == b.isSymlink && a.size == b.size && a.modifiedMs == b.modifiedMs && a.inode == b.inode;
+        return a.isDirectory == b.isDirectory && a.isSymlink == b.isSymlink && a.size == b.size && a.modifiedMs == b.modifiedMs && a.changedMs == b.changedMs
+            && a.inode == b.inode;
     }
 
 } // namespace
@@ -52,6 +57,9 @@ struct MetadataIndex::Walk {
     int busy = 0;
 
     QSet<QString> roots;
+    // A refresh enters only the folders it finds new; the others are looked at on their own.
+    bool onlyNewFolders = false;
+    std::vector<Catalog::Row> added;
     std::vector<quint8> seen; // guarded by the catalog's write lock
     const std::atomic<bool> *stop = nullptr;
 
@@ -78,7 +86,10 @@ MetadataIndex::MetadataIndex(Options options)
 {
 }
 
-MetadataIndex::~MetadataIndex() = default;
+MetadataIndex::~MetadataIndex()
+{
+    stopWatching();
+}
 
 QStringList MetadataIndex::defaultRoots()
 {
@@ -141,12 +152,63 @@ bool MetadataIndex::open()
         if (!m_store->reset())
             return m_open = false;
     }
+    m_catalog.setLastUsed(readRecentlyUsed(recentlyUsedPath()));
     if (!orphans.empty() && m_store->begin()) {
         for (qint64 id : orphans)
             m_store->remove(id);
         m_store->commit();
     }
     return m_open = true;
+}
+
+Catalog::TextSearch MetadataIndex::textSearch() const
+{
+    return [this](const Comparison &cmp) {
+        std::vector<qint64> ids;
+        if (!m_store)
+            return ids;
+        const auto *pattern = std::get_if<TextPattern>(&cmp.value);
+        if (cmp.op == Op::equal && std::holds_alternative<std::monostate>(cmp.value)) {
+            m_store->forEachText([&ids](qint64 id, const QString &) { ids.push_back(id); });
+            return ids;
+        }
+        if (cmp.op == Op::equal && pattern && pattern->wordBased()) {
+            // A word or word-prefix match is what the full-text table answers: the folded words of
+            // the pattern as a phrase, the last one as a prefix when the pattern ends in a star.
+            QStringList words;
+            QString word;
+            for (const QChar ch : pattern->literalText()) {
+                if (ch.isLetterOrNumber()) {
+                    word += ch;
+                } else if (!word.isEmpty()) {
+                    words.append(word);
+                    word.clear();
+                }
+            }
+            if (!word.isEmpty())
+                words.append(word);
+            if (!words.isEmpty()) {
+                const bool prefix = pattern->hasWildcards() && pattern->literalText().endsWith(QLatin1Char('*'));
+                return m_store->matchText(QLatin1Char('"') + words.join(QLatin1Char(' ')) + QLatin1Char('"') + (prefix ? QStringLiteral("*") : QString()));
+            }
+        }
+        // Anything else is tested on each stored text.
+        m_store->forEachText([&](qint64 id, const QString &text) {
+            if (cmp.matches(text))
+                ids.push_back(id);
+        });
+        return ids;
+    };
+}
+
+qint64 MetadataIndex::textBytes() const
+{
+    return m_store ? m_store->textBytes() : 0;
+}
+
+QString MetadataIndex::lastUpdate() const
+{
+    return m_store ? m_store->meta(QStringLiteral("lastUpdate")) : QString();
 }
 
 void MetadataIndex::addExtractor(std::unique_ptr<Extractor> extractor)
@@ -197,6 +259,7 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
         }
     }
     std::vector<ExtractedAttributes> extracted(entries.size());
+    std::vector<QString> texts(entries.size());
     for (size_t i = 0; i < entries.size(); ++i) {
         if (!fresh[i])
             continue;
@@ -208,6 +271,8 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
                 if (extractor->wants(facts))
                     extractor->extract(filePath, facts, extracted[i]);
             }
+            // The words inside a file go to the store's full-text table, not into memory.
+            texts[i] = extracted[i].take(MDAttribute::textContent.toString()).toString();
         }
     }
 
@@ -225,17 +290,20 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
             if (entry.facts.isDirectory && walk.roots.contains(childPath))
                 continue;
             Catalog::Row child = existing[i];
+            bool isNew = false;
             if (child == Catalog::noRow || !m_catalog.isLive(child)) {
                 child = m_catalog.add(m_catalog.nextId(), row, entry.facts, extracted[i]);
                 ++added;
+                isNew = true;
+                walk.added.push_back(child);
             } else if (fresh[i]) {
                 m_catalog.update(child, entry.facts, extracted[i]);
                 ++changed;
             }
             walk.markSeen(child);
             if (fresh[i])
-                writes.push_back({m_catalog.id(child), parentId, entry.facts, extracted[i]});
-            if (entry.descend)
+                writes.push_back({m_catalog.id(child), parentId, entry.facts, extracted[i], texts[i]});
+            if (entry.descend && (!walk.onlyNewFolders || isNew))
                 jobs.push_back({childPath, child, device});
         }
     }
@@ -297,7 +365,7 @@ UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgre
             else
                 m_catalog.update(row, *facts, {});
             walk.markSeen(row);
-            walk.writes.push_back({m_catalog.id(row), 0, *facts, {}});
+            walk.writes.push_back({m_catalog.id(row), 0, *facts, {}, {}});
             walk.jobs.push_back({root, row, facts->device});
         }
     }
@@ -350,6 +418,169 @@ UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgre
     if (progress)
         progress(walk.progress);
     return walk.progress;
+}
+
+void MetadataIndex::reloadLastUsed()
+{
+    const auto lastUsed = readRecentlyUsed(recentlyUsedPath());
+    std::unique_lock lock(m_lock);
+    m_catalog.setLastUsed(lastUsed);
+}
+
+UpdateProgress MetadataIndex::refreshFolders(const QSet<QString> &folders)
+{
+    if (!m_open)
+        return {};
+    std::lock_guard single(m_updateMutex);
+    Walk walk;
+    walk.onlyNewFolders = true;
+    for (const QString &root : m_options.roots)
+        walk.roots.insert(QDir::cleanPath(root));
+
+    std::vector<std::pair<QString, Catalog::Row>> targets;
+    {
+        std::shared_lock lock(m_lock);
+        walk.seen.assign(size_t(m_catalog.rowCount()), 0);
+        for (const QString &folder : folders) {
+            const Catalog::Row row = m_catalog.find(folder);
+            if (row != Catalog::noRow && m_catalog.isDirectory(row))
+                targets.emplace_back(folder, row);
+        }
+    }
+    for (const auto &[folder, row] : targets) {
+        const auto facts = Crawler::stat(folder);
+        walkFolder(walk, folder, row, facts ? facts->device : 0);
+        // New folders found inside are walked whole.
+        for (;;) {
+            Walk::Job job;
+            {
+                std::lock_guard guard(walk.mutex);
+                if (walk.jobs.empty())
+                    break;
+                job = std::move(walk.jobs.front());
+                walk.jobs.pop_front();
+            }
+            walkFolder(walk, job.path, job.row, job.device);
+        }
+        // Entries of the folder that were not seen again are gone, and so is a folder that vanished.
+        std::unique_lock lock(m_lock);
+        if (!facts || !facts->isDirectory) {
+            for (qint64 id : m_catalog.remove(row)) {
+                Store::Row removal;
+                removal.id = id;
+                walk.writes.push_back(std::move(removal));
+                ++walk.progress.removed;
+            }
+            continue;
+        }
+        for (Catalog::Row child : m_catalog.children(row)) {
+            if (child < walk.seen.size() && walk.seen[child])
+                continue;
+            for (qint64 id : m_catalog.remove(child)) {
+                Store::Row removal;
+                removal.id = id;
+                walk.writes.push_back(std::move(removal));
+                ++walk.progress.removed;
+            }
+        }
+    }
+    flush(walk, true);
+    if (m_watcher) {
+        std::shared_lock lock(m_lock);
+        for (Catalog::Row row : walk.added) {
+            if (m_catalog.isLive(row) && m_catalog.isDirectory(row) && !Crawler::isOpaqueFolder(m_catalog.name(row)))
+                m_watcher->watch(m_catalog.path(row));
+        }
+    }
+    return walk.progress;
+}
+
+void MetadataIndex::watchFolders(Watcher &watcher)
+{
+    std::shared_lock lock(m_lock);
+    // Every folder the walk enters: roots, and folders below them that are not opaque.
+    const QList<Catalog::Row> roots = m_catalog.roots();
+    std::vector<Catalog::Row> stack(roots.begin(), roots.end());
+    while (!stack.empty() && !m_stopWatching) {
+        const Catalog::Row row = stack.back();
+        stack.pop_back();
+        if (!watcher.watch(m_catalog.path(row)) && watcher.limitReached())
+            return;
+        for (Catalog::Row child : m_catalog.children(row)) {
+            if (m_catalog.isDirectory(child) && !Crawler::isOpaqueFolder(m_catalog.name(child)))
+                stack.push_back(child);
+        }
+    }
+}
+
+void MetadataIndex::startWatching(std::function<void()> changed)
+{
+    if (!m_open || m_watchThread.joinable())
+        return;
+    m_changed = std::move(changed);
+    m_stopWatching = false;
+    m_watcher = std::make_unique<Watcher>();
+    m_watchThread = std::thread([this] { watchLoop(); });
+}
+
+void MetadataIndex::stopWatching()
+{
+    if (!m_watchThread.joinable())
+        return;
+    m_stopWatching = true;
+    m_watcher->wake();
+    m_watchThread.join();
+    m_watcher.reset();
+}
+
+void MetadataIndex::watchLoop()
+{
+    if (m_options.polite)
+        becomePolite();
+    const auto notify = [this] {
+        if (m_changed)
+            m_changed();
+    };
+    update({}, &m_stopWatching);
+    notify();
+    if (m_stopWatching)
+        return;
+    Watcher &watcher = *m_watcher;
+    const QString recentList = recentlyUsedPath();
+    const QString recentFolder = QFileInfo(recentList).absolutePath();
+    watcher.watch(recentFolder);
+    watchFolders(watcher);
+    const bool limited = watcher.limitReached();
+    if (limited && qEnvironmentVariableIsSet("VELK_DEBUG"))
+        std::fprintf(stderr, "[velk] index: the inotify watch limit was reached after %lld folders; walking every 5 minutes instead\n",
+            static_cast<long long>(watcher.count()));
+
+    QElapsedTimer sinceWalk;
+    sinceWalk.start();
+    while (!m_stopWatching) {
+        const auto changes = watcher.wait(std::chrono::milliseconds(limited ? 5000 : 60000));
+        if (m_stopWatching)
+            break;
+        if (limited && sinceWalk.elapsed() > 5 * 60 * 1000) {
+            update({}, &m_stopWatching);
+            sinceWalk.restart();
+            notify();
+        }
+        if (!changes)
+            continue;
+        if (changes->overflow) {
+            update({}, &m_stopWatching);
+            watchFolders(watcher);
+            notify();
+            continue;
+        }
+        QSet<QString> folders = changes->folders;
+        if (folders.remove(recentFolder))
+            reloadLastUsed();
+        if (!folders.isEmpty())
+            refreshFolders(folders);
+        notify();
+    }
 }
 
 } // namespace mdindex

@@ -2,6 +2,7 @@
 
 #include "Catalog.h"
 #include "Crawler.h"
+#include "Watcher.h"
 
 #include <QString>
 #include <QStringList>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <thread>
 #include <vector>
 
 namespace mdindex {
@@ -63,6 +65,19 @@ public:
 
     void addExtractor(std::unique_ptr<Extractor> extractor);
 
+    // Looks at these folders again: new entries are added (new folders walked), changed ones read
+    // again, and entries that are gone removed.
+    UpdateProgress refreshFolders(const QSet<QString> &folders);
+    // Reads the desktop's recently used list into the last used dates.
+    void reloadLastUsed();
+
+    // Keeps the index fresh in a thread of its own: a walk now, then inotify on every folder the walk
+    // entered and on the recently used list; where the watch limit runs out, a walk every few
+    // minutes instead. `changed` runs on that thread after each change that reached the catalog.
+    void startWatching(std::function<void()> changed = {});
+    void stopWatching();
+    bool isWatching() const { return m_watchThread.joinable(); }
+
     // Runs `read` with the catalog under a shared lock: any number of readers, no writer meanwhile.
     template<typename F>
     auto read(F &&read) const
@@ -73,8 +88,18 @@ public:
 
     const Options &options() const { return m_options; }
 
+    // Answers comparisons on the text inside files from the store's full-text table; hand it to
+    // Catalog::search.
+    Catalog::TextSearch textSearch() const;
+    // What the store holds, for a status report.
+    qint64 textBytes() const;
+    QString storePath() const { return m_options.storePath; }
+    QString lastUpdate() const;
+
 private:
     struct Walk;
+    void watchLoop();
+    void watchFolders(Watcher &watcher);
     void walkFolder(Walk &walk, const QString &path, Catalog::Row row, quint64 device);
     void flush(Walk &walk, bool force);
 
@@ -85,6 +110,10 @@ private:
     std::mutex m_updateMutex;
     std::vector<std::unique_ptr<Extractor>> m_extractors;
     bool m_open = false;
+    std::thread m_watchThread;
+    std::atomic<bool> m_stopWatching = false;
+    std::unique_ptr<Watcher> m_watcher;
+    std::function<void()> m_changed;
 };
 
 } // namespace mdindex

@@ -63,6 +63,8 @@ namespace {
 struct Store::Statements {
     Statement upsert;
     Statement remove;
+    Statement removeText;
+    Statement insertText;
     Statement metaGet;
     Statement metaSet;
 };
@@ -145,9 +147,11 @@ bool Store::openFile()
 
     m_statements = std::make_unique<Statements>();
     return m_statements->upsert.prepare(m_db,
-               "INSERT OR REPLACE INTO files(id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted) "
-               "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12)")
-        && m_statements->remove.prepare(m_db, "DELETE FROM files WHERE id = ?1") && m_statements->metaGet.prepare(m_db, "SELECT value FROM meta WHERE key = ?1")
+               "INSERT OR REPLACE INTO files(id, parent, name, is_dir, is_link, size, mtime, ctime, btime, inode, device, type, extracted) "
+               "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?13, ?8, ?9, ?10, ?11, ?12)")
+        && m_statements->remove.prepare(m_db, "DELETE FROM files WHERE id = ?1") && m_statements->removeText.prepare(m_db, "DELETE FROM texts WHERE rowid = ?1")
+        && m_statements->insertText.prepare(m_db, "INSERT INTO texts(rowid, text) VALUES(?1, ?2)")
+        && m_statements->metaGet.prepare(m_db, "SELECT value FROM meta WHERE key = ?1")
         && m_statements->metaSet.prepare(m_db, "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)");
 }
 
@@ -157,14 +161,23 @@ bool Store::createSchema()
         && exec("CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT)")
         // Rows are written parents first, so ordering by id gives every parent before its children.
         && exec("CREATE TABLE files(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL, is_dir INTEGER NOT NULL, "
-                "is_link INTEGER NOT NULL, size INTEGER NOT NULL, mtime INTEGER NOT NULL, btime INTEGER, inode INTEGER NOT NULL, "
-                "device INTEGER NOT NULL, type TEXT NOT NULL, extracted BLOB)")
+                "is_link INTEGER NOT NULL, size INTEGER NOT NULL, mtime INTEGER NOT NULL, ctime INTEGER NOT NULL, btime INTEGER, "
+                "inode INTEGER NOT NULL, device INTEGER NOT NULL, type TEXT NOT NULL, extracted BLOB)")
+        // Word-prefix search over the text inside files, case and accents folded.
+        && exec("CREATE VIRTUAL TABLE texts USING fts5(text, tokenize = 'unicode61 remove_diacritics 2')")
         && exec(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion).toUtf8().constData()) && exec("COMMIT");
 }
 
 void Store::close()
 {
     m_statements.reset();
+    {
+        std::lock_guard guard(m_readerMutex);
+        if (m_reader) {
+            sqlite3_close_v2(m_reader);
+            m_reader = nullptr;
+        }
+    }
     if (m_db) {
         sqlite3_close_v2(m_db);
         m_db = nullptr;
@@ -182,7 +195,7 @@ qint64 Store::approximateRowCount() const
 bool Store::load(const std::function<void(const Row &)> &visit)
 {
     Statement s;
-    if (!s.prepare(m_db, "SELECT id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted FROM files ORDER BY id"))
+    if (!s.prepare(m_db, "SELECT id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted, ctime FROM files ORDER BY id"))
         return false;
     Row row;
     int rc = SQLITE_OK;
@@ -199,6 +212,7 @@ bool Store::load(const std::function<void(const Row &)> &visit)
         row.facts.device = quint64(sqlite3_column_int64(s.stmt, 9));
         row.facts.contentType = columnText(s.stmt, 10);
         row.extracted = decodeExtracted(sqlite3_column_blob(s.stmt, 11), sqlite3_column_bytes(s.stmt, 11));
+        row.facts.changedMs = sqlite3_column_int64(s.stmt, 12);
         visit(row);
     }
     return rc == SQLITE_DONE;
@@ -242,15 +256,78 @@ bool Store::upsert(const Row &row)
         sqlite3_bind_null(s, 12);
     else
         sqlite3_bind_blob(s, 12, extracted.constData(), int(extracted.size()), SQLITE_TRANSIENT);
-    return sqlite3_step(s) == SQLITE_DONE;
+    sqlite3_bind_int64(s, 13, row.facts.changedMs);
+    if (sqlite3_step(s) != SQLITE_DONE)
+        return false;
+
+    sqlite3_stmt *drop = m_statements->removeText.stmt;
+    sqlite3_reset(drop);
+    sqlite3_bind_int64(drop, 1, row.id);
+    sqlite3_step(drop);
+    if (row.text.isEmpty())
+        return true;
+    sqlite3_stmt *insert = m_statements->insertText.stmt;
+    sqlite3_reset(insert);
+    sqlite3_bind_int64(insert, 1, row.id);
+    bindText(insert, 2, row.text);
+    return sqlite3_step(insert) == SQLITE_DONE;
 }
 
 bool Store::remove(qint64 id)
 {
+    sqlite3_stmt *drop = m_statements->removeText.stmt;
+    sqlite3_reset(drop);
+    sqlite3_bind_int64(drop, 1, id);
+    sqlite3_step(drop);
     sqlite3_stmt *s = m_statements->remove.stmt;
     sqlite3_reset(s);
     sqlite3_bind_int64(s, 1, id);
     return sqlite3_step(s) == SQLITE_DONE;
+}
+
+bool Store::openReader() const
+{
+    if (m_reader)
+        return true;
+    if (sqlite3_open_v2(QFile::encodeName(m_path).constData(), &m_reader, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK) {
+        sqlite3_close_v2(m_reader);
+        m_reader = nullptr;
+        return false;
+    }
+    sqlite3_busy_timeout(m_reader, 2000);
+    return true;
+}
+
+std::vector<qint64> Store::matchText(const QString &ftsQuery) const
+{
+    std::vector<qint64> ids;
+    std::lock_guard guard(m_readerMutex);
+    Statement s;
+    if (!openReader() || !s.prepare(m_reader, "SELECT rowid FROM texts WHERE texts MATCH ?1"))
+        return ids;
+    bindText(s.stmt, 1, ftsQuery);
+    while (sqlite3_step(s.stmt) == SQLITE_ROW)
+        ids.push_back(sqlite3_column_int64(s.stmt, 0));
+    return ids;
+}
+
+void Store::forEachText(const std::function<void(qint64, const QString &)> &visit) const
+{
+    std::lock_guard guard(m_readerMutex);
+    Statement s;
+    if (!openReader() || !s.prepare(m_reader, "SELECT rowid, text FROM texts"))
+        return;
+    while (sqlite3_step(s.stmt) == SQLITE_ROW)
+        visit(sqlite3_column_int64(s.stmt, 0), columnText(s.stmt, 1));
+}
+
+qint64 Store::textBytes() const
+{
+    std::lock_guard guard(m_readerMutex);
+    Statement s;
+    if (!openReader() || !s.prepare(m_reader, "SELECT coalesce(sum(length(text)), 0) FROM texts") || sqlite3_step(s.stmt) != SQLITE_ROW)
+        return 0;
+    return sqlite3_column_int64(s.stmt, 0);
 }
 
 QString Store::meta(const QString &key) const

@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 struct sqlite3;
 
@@ -26,7 +28,7 @@ public:
     static std::unique_ptr<Store> open(const QString &path);
     // Where the index lives for this user: $XDG_CACHE_HOME/velk/index.sqlite.
     static QString defaultPath();
-    static constexpr int schemaVersion = 1;
+    static constexpr int schemaVersion = 2;
 
     // Sets the file aside and starts an empty store, for a file that turned out damaged while
     // reading. False when no new file can be made.
@@ -40,6 +42,8 @@ public:
         qint64 parentId = 0; // 0 for a root
         FileFacts facts;
         ExtractedAttributes extracted;
+        // The words inside the file, kept in the full-text table; empty for none.
+        QString text;
     };
     // About how many rows the store holds (the largest id), cheap to ask.
     qint64 approximateRowCount() const;
@@ -54,6 +58,14 @@ public:
     bool upsert(const Row &row);
     bool remove(qint64 id);
 
+    // Store ids of the files whose text holds the full-text query (SQLite FTS5 syntax). Safe to call
+    // from any thread while writes go on: it reads through a connection of its own.
+    std::vector<qint64> matchText(const QString &ftsQuery) const;
+    // Every stored text, for comparisons the full-text index cannot answer.
+    void forEachText(const std::function<void(qint64 id, const QString &text)> &visit) const;
+    // Bytes of text held, and the store's size on disk.
+    qint64 textBytes() const;
+
     QString meta(const QString &key) const;
     void setMeta(const QString &key, const QString &value);
 
@@ -63,9 +75,12 @@ private:
     bool createSchema();
     void close();
     bool exec(const char *sql);
+    bool openReader() const;
 
     QString m_path;
     sqlite3 *m_db = nullptr;
+    mutable sqlite3 *m_reader = nullptr;
+    mutable std::mutex m_readerMutex;
     struct Statements;
     std::unique_ptr<Statements> m_statements;
     bool m_rebuilt = false;

@@ -61,8 +61,9 @@ SpotlightResult collect(const mdindex::MetadataIndex &index, const QString &quer
     const QStringList roots = index.options().roots;
 
     SpotlightResult result;
+    const auto textSearch = index.textSearch();
     const bool completed = index.read([&](const mdindex::Catalog &catalog) {
-        const std::vector<mdindex::Catalog::Row> rows = catalog.search(*parsed, scopePaths, sortKey);
+        const std::vector<mdindex::Catalog::Row> rows = catalog.search(*parsed, scopePaths, sortKey, textSearch);
         for (size_t i = 0; i < rows.size(); ++i) {
             if ((i & 255) == 0 && cancelled && cancelled->load())
                 return false;
