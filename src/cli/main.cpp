@@ -23,298 +23,247 @@
 // the query language with --raw; --update brings the index up to date first.
 namespace {
 
-void print(const QString &text, FILE *stream = stdout) {
-  const QByteArray bytes = text.toUtf8();
-  std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+void print(const QString &text, FILE *stream = stdout)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
 }
 
-int update(mdindex::MetadataIndex &index) {
-  const bool terminal = ::isatty(STDERR_FILENO);
-  const QLocale locale;
-  const auto line = [&locale](const mdindex::UpdateProgress &p) {
-    return QStringLiteral("Indexing: %1 folders, %2 entries (%3 new, %4 "
-                          "changed, %5 removed)")
-        .arg(locale.toString(p.folders), locale.toString(p.entries),
-             locale.toString(p.added), locale.toString(p.changed),
-             locale.toString(p.removed));
-  };
-  const auto progress = [&](const mdindex::UpdateProgress &p) {
-    if (terminal)
-      print(QLatin1Char('\r') + line(p) + QStringLiteral("\x1b[K"), stderr);
-  };
-  const mdindex::UpdateProgress done = index.update(progress);
-  print((terminal ? QStringLiteral("\r") : QString()) + line(done) +
-            (terminal ? QStringLiteral("\x1b[K\n") : QStringLiteral("\n")),
-        stderr);
-  return 0;
+int update(mdindex::MetadataIndex &index)
+{
+    const bool terminal = ::isatty(STDERR_FILENO);
+    const QLocale locale;
+    const auto line = [&locale](const mdindex::UpdateProgress &p) {
+        return QStringLiteral("Indexing: %1 folders, %2 entries (%3 new, %4 "
+                              "changed, %5 removed)")
+            .arg(locale.toString(p.folders), locale.toString(p.entries), locale.toString(p.added), locale.toString(p.changed), locale.toString(p.removed));
+    };
+    const auto progress = [&](const mdindex::UpdateProgress &p) {
+        if (terminal)
+            print(QLatin1Char('\r') + line(p) + QStringLiteral("\x1b[K"), stderr);
+    };
+    const mdindex::UpdateProgress done = index.update(progress);
+    print((terminal ? QStringLiteral("\r") : QString()) + line(done) + (terminal ? QStringLiteral("\x1b[K\n") : QStringLiteral("\n")), stderr);
+    return 0;
 }
 
-void status(const mdindex::MetadataIndex &index) {
-  const QLocale locale;
-  QMap<int, qint64> byKind;
-  const qint64 records = index.read([&byKind](const mdindex::Catalog &catalog) {
-    QHash<QString, int> kindOfType;
-    for (mdindex::Catalog::Row row = 0;
-         row < mdindex::Catalog::Row(catalog.rowCount()); ++row) {
-      if (!catalog.isLive(row))
-        continue;
-      const QString type =
-          catalog.value(row, MDAttribute::contentType).toString();
-      auto it = kindOfType.find(type);
-      if (it == kindOfType.end())
-        it = kindOfType.insert(
-            type, FileCategory::classify(UTType::fromIdentifier(type), false)
-                      .index());
-      byKind[*it] += 1;
-    }
-    return qint64(catalog.liveCount());
-  });
-  qint64 storeBytes = 0;
-  for (const char *suffix : {"", "-wal"})
-    storeBytes +=
-        QFileInfo(index.storePath() + QLatin1StringView(suffix)).size();
-  QString out = QStringLiteral("Store:        %1 (%2)\n")
-                    .arg(index.storePath(), Fmt::bytes(storeBytes));
-  out += QStringLiteral("Last update:  %1\n")
-             .arg(index.lastUpdate().isEmpty() ? QStringLiteral("never")
-                                               : index.lastUpdate());
-  out += QStringLiteral("Records:      %1\n").arg(locale.toString(records));
-  for (auto it = byKind.cbegin(); it != byKind.cend(); ++it)
-    out += QStringLiteral("  %1 %2\n")
-               .arg(FileCategory::allCases().at(it.key()).title() +
-                        QLatin1Char(':'),
-                    -11)
-               .arg(locale.toString(it.value()));
-  out +=
-      QStringLiteral("Text:         %1\n").arg(Fmt::bytes(index.textBytes()));
-  out += QStringLiteral("Roots:        %1\n")
-             .arg(index.options().roots.join(QStringLiteral(", ")));
-  print(out);
+void status(const mdindex::MetadataIndex &index)
+{
+    const QLocale locale;
+    QMap<int, qint64> byKind;
+    const qint64 records = index.read([&byKind](const mdindex::Catalog &catalog) {
+        QHash<QString, int> kindOfType;
+        for (mdindex::Catalog::Row row = 0; row < mdindex::Catalog::Row(catalog.rowCount()); ++row) {
+            if (!catalog.isLive(row))
+                continue;
+            const QString type = catalog.value(row, MDAttribute::contentType).toString();
+            auto it = kindOfType.find(type);
+            if (it == kindOfType.end())
+                it = kindOfType.insert(type, FileCategory::classify(UTType::fromIdentifier(type), false).index());
+            byKind[*it] += 1;
+        }
+        return qint64(catalog.liveCount());
+    });
+    qint64 storeBytes = 0;
+    for (const char *suffix : {"", "-wal"})
+        storeBytes += QFileInfo(index.storePath() + QLatin1StringView(suffix)).size();
+    QString out = QStringLiteral("Store:        %1 (%2)\n").arg(index.storePath(), Fmt::bytes(storeBytes));
+    out += QStringLiteral("Last update:  %1\n").arg(index.lastUpdate().isEmpty() ? QStringLiteral("never") : index.lastUpdate());
+    out += QStringLiteral("Records:      %1\n").arg(locale.toString(records));
+    for (auto it = byKind.cbegin(); it != byKind.cend(); ++it)
+        out += QStringLiteral("  %1 %2\n").arg(FileCategory::allCases().at(it.key()).title() + QLatin1Char(':'), -11).arg(locale.toString(it.value()));
+    out += QStringLiteral("Text:         %1\n").arg(Fmt::bytes(index.textBytes()));
+    out += QStringLiteral("Roots:        %1\n").arg(index.options().roots.join(QStringLiteral(", ")));
+    print(out);
 }
 
-QJsonObject itemJson(const FileItem &item) {
-  QJsonObject o;
-  o[QStringLiteral("path")] = item.path();
-  o[QStringLiteral("name")] = item.name;
-  o[QStringLiteral("size")] = item.size;
-  o[QStringLiteral("modified")] =
-      item.modified.toLocalTime().toString(Qt::ISODate);
-  o[QStringLiteral("kind")] = item.category.rawValue();
-  if (item.contentType)
-    o[QStringLiteral("contentType")] = item.contentType->identifier();
-  return o;
+QJsonObject itemJson(const FileItem &item)
+{
+    QJsonObject o;
+    o[QStringLiteral("path")] = item.path();
+    o[QStringLiteral("name")] = item.name;
+    o[QStringLiteral("size")] = item.size;
+    o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
+    o[QStringLiteral("kind")] = item.category.rawValue();
+    if (item.contentType)
+        o[QStringLiteral("contentType")] = item.contentType->identifier();
+    return o;
 }
 
-QString local(const std::optional<QDateTime> &when) {
-  return when ? when->toLocalTime().toString(Qt::ISODate) : QString();
+QString local(const std::optional<QDateTime> &when)
+{
+    return when ? when->toLocalTime().toString(Qt::ISODate) : QString();
 }
 
-QJsonObject explainJson(const ParsedQuery &q) {
-  QJsonObject o;
-  o[QStringLiteral("raw")] = q.raw;
-  o[QStringLiteral("terms")] = QJsonArray::fromStringList(q.terms);
-  if (q.category)
-    o[QStringLiteral("category")] = q.category->rawValue();
-  if (!q.extensions.isEmpty())
-    o[QStringLiteral("extensions")] = QJsonArray::fromStringList(q.extensions);
-  o[QStringLiteral("screenshotsOnly")] = q.screenshotsOnly;
-  if (q.kindLabel)
-    o[QStringLiteral("kindLabel")] = *q.kindLabel;
-  if (q.after)
-    o[QStringLiteral("after")] = local(q.after);
-  if (q.before)
-    o[QStringLiteral("before")] = local(q.before);
-  if (q.dateLabel)
-    o[QStringLiteral("dateLabel")] = *q.dateLabel;
-  if (q.minSize)
-    o[QStringLiteral("minSize")] = *q.minSize;
-  if (q.maxSize)
-    o[QStringLiteral("maxSize")] = *q.maxSize;
-  if (q.camera)
-    o[QStringLiteral("camera")] = *q.camera;
-  if (q.source)
-    o[QStringLiteral("source")] = q.source->name;
-  if (q.folder)
-    o[QStringLiteral("folder")] = q.folder->url.toLocalFile();
-  o[QStringLiteral("structured")] = q.isStructured();
-  o[QStringLiteral("chips")] = QJsonArray::fromStringList(q.chips());
-  o[QStringLiteral("query")] = q.spotlightQuery();
-  return o;
+QJsonObject explainJson(const ParsedQuery &q)
+{
+    QJsonObject o;
+    o[QStringLiteral("raw")] = q.raw;
+    o[QStringLiteral("terms")] = QJsonArray::fromStringList(q.terms);
+    if (q.category)
+        o[QStringLiteral("category")] = q.category->rawValue();
+    if (!q.extensions.isEmpty())
+        o[QStringLiteral("extensions")] = QJsonArray::fromStringList(q.extensions);
+    o[QStringLiteral("screenshotsOnly")] = q.screenshotsOnly;
+    if (q.kindLabel)
+        o[QStringLiteral("kindLabel")] = *q.kindLabel;
+    if (q.after)
+        o[QStringLiteral("after")] = local(q.after);
+    if (q.before)
+        o[QStringLiteral("before")] = local(q.before);
+    if (q.dateLabel)
+        o[QStringLiteral("dateLabel")] = *q.dateLabel;
+    if (q.minSize)
+        o[QStringLiteral("minSize")] = *q.minSize;
+    if (q.maxSize)
+        o[QStringLiteral("maxSize")] = *q.maxSize;
+    if (q.camera)
+        o[QStringLiteral("camera")] = *q.camera;
+    if (q.source)
+        o[QStringLiteral("source")] = q.source->name;
+    if (q.folder)
+        o[QStringLiteral("folder")] = q.folder->url.toLocalFile();
+    o[QStringLiteral("structured")] = q.isStructured();
+    o[QStringLiteral("chips")] = QJsonArray::fromStringList(q.chips());
+    o[QStringLiteral("query")] = q.spotlightQuery();
+    return o;
 }
 
-QString explainText(const ParsedQuery &q) {
-  QStringList lines;
-  const auto line = [&lines](const char *label, const QString &value) {
-    if (!value.isEmpty())
-      lines.append(QStringLiteral("%1 %2")
-                       .arg(QLatin1StringView(label), -10)
-                       .arg(value));
-  };
-  line("Text:", q.raw);
-  line("Terms:", q.terms.isEmpty()
-                     ? QStringLiteral("(none)")
-                     : QLatin1Char('"') +
-                           q.terms.join(QLatin1StringView("\", \"")) +
-                           QLatin1Char('"'));
-  line("Kind:", q.category ? q.category->title()
-                           : q.extensions.join(QLatin1StringView(", ")));
-  if (q.screenshotsOnly)
-    line("Only:", QStringLiteral("screenshots"));
-  if (q.after || q.before)
-    line("Dates:",
-         QStringLiteral("from %1 until %2")
-             .arg(q.after ? local(q.after) : QStringLiteral("the beginning"),
-                  q.before ? local(q.before) : QStringLiteral("now")));
-  if (q.minSize)
-    line("Size:", QStringLiteral("at least %1 bytes").arg(*q.minSize));
-  if (q.maxSize)
-    line("Size:", QStringLiteral("at most %1 bytes").arg(*q.maxSize));
-  if (q.camera)
-    line("Camera:", *q.camera);
-  if (q.source)
-    line("Source:", q.source->name);
-  if (q.folder)
-    line("Folder:", q.folder->url.toLocalFile());
-  line("Chips:", q.chips().join(QStringLiteral(" · ")));
-  line("Query:", q.spotlightQuery());
-  return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+QString explainText(const ParsedQuery &q)
+{
+    QStringList lines;
+    const auto line = [&lines](const char *label, const QString &value) {
+        if (!value.isEmpty())
+            lines.append(QStringLiteral("%1 %2").arg(QLatin1StringView(label), -10).arg(value));
+    };
+    line("Text:", q.raw);
+    line("Terms:", q.terms.isEmpty() ? QStringLiteral("(none)") : QLatin1Char('"') + q.terms.join(QLatin1StringView("\", \"")) + QLatin1Char('"'));
+    line("Kind:", q.category ? q.category->title() : q.extensions.join(QLatin1StringView(", ")));
+    if (q.screenshotsOnly)
+        line("Only:", QStringLiteral("screenshots"));
+    if (q.after || q.before)
+        line("Dates:",
+            QStringLiteral("from %1 until %2")
+                .arg(q.after ? local(q.after) : QStringLiteral("the beginning"), q.before ? local(q.before) : QStringLiteral("now")));
+    if (q.minSize)
+        line("Size:", QStringLiteral("at least %1 bytes").arg(*q.minSize));
+    if (q.maxSize)
+        line("Size:", QStringLiteral("at most %1 bytes").arg(*q.maxSize));
+    if (q.camera)
+        line("Camera:", *q.camera);
+    if (q.source)
+        line("Source:", q.source->name);
+    if (q.folder)
+        line("Folder:", q.folder->url.toLocalFile());
+    line("Chips:", q.chips().join(QStringLiteral(" · ")));
+    line("Query:", q.spotlightQuery());
+    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
 
 } // namespace
 
-int main(int argc, char *argv[]) {
-  QCoreApplication app(argc, argv);
-  QCoreApplication::setApplicationName(QStringLiteral("velk-find"));
-  QCoreApplication::setApplicationVersion(QStringLiteral(VELK_VERSION));
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("velk-find"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELK_VERSION));
 
-  QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral(
-      "Find files in your home folders by what you remember of them."));
-  parser.addHelpOption();
-  parser.addVersionOption();
-  parser.addPositionalArgument(
-      QStringLiteral("text"),
-      QStringLiteral(
-          "What to look for, in everyday words (\"pdfs from last week\")."));
-  parser.addOptions({
-      {QStringLiteral("raw"),
-       QStringLiteral("Run a query in the metadata query language."),
-       QStringLiteral("query")},
-      {QStringLiteral("scope"),
-       QStringLiteral("Search only below <dir>; may be repeated."),
-       QStringLiteral("dir")},
-      {QStringLiteral("sort"),
-       QStringLiteral("Sort descending by <attribute>."),
-       QStringLiteral("attribute")},
-      {QStringLiteral("limit"), QStringLiteral("Print at most <n> results."),
-       QStringLiteral("n")},
-      {QStringLiteral("count"),
-       QStringLiteral("Print only the number of results.")},
-      {QStringLiteral("json"), QStringLiteral("Print results as JSON.")},
-      {QStringLiteral("update"), QStringLiteral("Bring the index up to date.")},
-      {QStringLiteral("explain"),
-       QStringLiteral(
-           "Show how the text was understood, and the query it becomes.")},
-      {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
-  });
-  parser.process(app);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Find files in your home folders by what you remember of them."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("text"), QStringLiteral("What to look for, in everyday words (\"pdfs from last week\")."));
+    parser.addOptions({
+        {QStringLiteral("raw"), QStringLiteral("Run a query in the metadata query language."), QStringLiteral("query")},
+        {QStringLiteral("scope"), QStringLiteral("Search only below <dir>; may be repeated."), QStringLiteral("dir")},
+        {QStringLiteral("sort"), QStringLiteral("Sort descending by <attribute>."), QStringLiteral("attribute")},
+        {QStringLiteral("limit"), QStringLiteral("Print at most <n> results."), QStringLiteral("n")},
+        {QStringLiteral("count"), QStringLiteral("Print only the number of results.")},
+        {QStringLiteral("json"), QStringLiteral("Print results as JSON.")},
+        {QStringLiteral("update"), QStringLiteral("Bring the index up to date.")},
+        {QStringLiteral("explain"), QStringLiteral("Show how the text was understood, and the query it becomes.")},
+        {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
+    });
+    parser.process(app);
 
-  const QString text = parser.positionalArguments().join(QLatin1Char(' '));
-  if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) &&
-      !parser.isSet(QStringLiteral("update")) &&
-      !parser.isSet(QStringLiteral("status"))) {
-    std::fputs(qPrintable(parser.helpText()), stderr);
-    return 2;
-  }
-
-  if (parser.isSet(QStringLiteral("explain"))) {
-    const ParsedQuery query = NaturalSearch::parse(text);
-    const QByteArray out =
-        parser.isSet(QStringLiteral("json"))
-            ? QJsonDocument(explainJson(query)).toJson(QJsonDocument::Indented)
-            : explainText(query).toUtf8();
-    std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
-    return 0;
-  }
-
-  mdindex::MetadataIndex index(mdindex::MetadataIndex::defaultOptions());
-  for (auto &extractor : mdindex::standardExtractors())
-    index.addExtractor(std::move(extractor));
-  if (!index.open()) {
-    print(QStringLiteral("velk-find: cannot open the index at %1\n")
-              .arg(index.options().storePath),
-          stderr);
-    return 1;
-  }
-  if (parser.isSet(QStringLiteral("update"))) {
-    update(index);
-    if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) &&
-        !parser.isSet(QStringLiteral("status")))
-      return 0;
-  }
-  if (parser.isSet(QStringLiteral("status"))) {
-    status(index);
-    return 0;
-  }
-
-  QString queryText;
-  QList<QUrl> scopes;
-  for (const QString &scope : parser.values(QStringLiteral("scope")))
-    scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
-  if (parser.isSet(QStringLiteral("raw"))) {
-    queryText = parser.value(QStringLiteral("raw"));
-    if (!mdindex::Query::parse(queryText)) {
-      print(QStringLiteral(
-                "velk-find: this is not a query the index understands: %1\n")
-                .arg(queryText),
-            stderr);
-      return 2;
+    const QString text = parser.positionalArguments().join(QLatin1Char(' '));
+    if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("update")) && !parser.isSet(QStringLiteral("status"))) {
+        std::fputs(qPrintable(parser.helpText()), stderr);
+        return 2;
     }
-  } else {
-    // As the app searches: the folder named in the text is the only scope.
-    const ParsedQuery parsed = NaturalSearch::parse(text);
-    queryText = parsed.spotlightQuery();
-    if (parsed.folder)
-      scopes = {parsed.folder->url};
-  }
 
-  bool limitOk = true;
-  const int limit = parser.isSet(QStringLiteral("limit"))
-                        ? parser.value(QStringLiteral("limit")).toInt(&limitOk)
-                        : std::numeric_limits<int>::max();
-  if (!limitOk || limit < 0) {
-    print(QStringLiteral("velk-find: --limit takes a whole number\n"), stderr);
-    return 2;
-  }
-  const bool empty = index.read(
-      [](const mdindex::Catalog &catalog) { return catalog.liveCount() == 0; });
-  if (empty)
-    print(QStringLiteral(
-              "velk-find: the index is empty; run velk-find --update first\n"),
-          stderr);
+    if (parser.isSet(QStringLiteral("explain"))) {
+        const ParsedQuery query = NaturalSearch::parse(text);
+        const QByteArray out
+            = parser.isSet(QStringLiteral("json")) ? QJsonDocument(explainJson(query)).toJson(QJsonDocument::Indented) : explainText(query).toUtf8();
+        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+        return 0;
+    }
 
-  const bool countOnly = parser.isSet(QStringLiteral("count"));
-  const SpotlightResult result = Spotlight::collect(
-      index, queryText, scopes, parser.value(QStringLiteral("sort")),
-      countOnly ? 0 : limit);
-  if (countOnly) {
-    print(QString::number(result.totalCount) + QLatin1Char('\n'));
-  } else if (parser.isSet(QStringLiteral("json"))) {
-    QJsonArray items;
-    for (const FileItem &item : result.items)
-      items.append(itemJson(item));
-    QJsonObject o;
-    o[QStringLiteral("query")] = queryText;
-    o[QStringLiteral("totalCount")] = result.totalCount;
-    o[QStringLiteral("totalSize")] = result.totalSize;
-    o[QStringLiteral("items")] = items;
-    std::fputs(QJsonDocument(o).toJson(QJsonDocument::Indented).constData(),
-               stdout);
-  } else {
-    QString out;
-    for (const FileItem &item : result.items)
-      out += item.path() + QLatin1Char('\n');
-    print(out);
-  }
-  return 0;
+    mdindex::MetadataIndex index(mdindex::MetadataIndex::defaultOptions());
+    for (auto &extractor : mdindex::standardExtractors())
+        index.addExtractor(std::move(extractor));
+    if (!index.open()) {
+        print(QStringLiteral("velk-find: cannot open the index at %1\n").arg(index.options().storePath), stderr);
+        return 1;
+    }
+    if (parser.isSet(QStringLiteral("update"))) {
+        update(index);
+        if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("status")))
+            return 0;
+    }
+    if (parser.isSet(QStringLiteral("status"))) {
+        status(index);
+        return 0;
+    }
+
+    QString queryText;
+    QList<QUrl> scopes;
+    for (const QString &scope : parser.values(QStringLiteral("scope")))
+        scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
+    if (parser.isSet(QStringLiteral("raw"))) {
+        queryText = parser.value(QStringLiteral("raw"));
+        if (!mdindex::Query::parse(queryText)) {
+            print(QStringLiteral("velk-find: this is not a query the index understands: %1\n").arg(queryText), stderr);
+            return 2;
+        }
+    } else {
+        // As the app searches: the folder named in the text is the only scope.
+        const ParsedQuery parsed = NaturalSearch::parse(text);
+        queryText = parsed.spotlightQuery();
+        if (parsed.folder)
+            scopes = {parsed.folder->url};
+    }
+
+    bool limitOk = true;
+    const int limit = parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&limitOk) : std::numeric_limits<int>::max();
+    if (!limitOk || limit < 0) {
+        print(QStringLiteral("velk-find: --limit takes a whole number\n"), stderr);
+        return 2;
+    }
+    const bool empty = index.read([](const mdindex::Catalog &catalog) { return catalog.liveCount() == 0; });
+    if (empty)
+        print(QStringLiteral("velk-find: the index is empty; run velk-find --update first\n"), stderr);
+
+    const bool countOnly = parser.isSet(QStringLiteral("count"));
+    const SpotlightResult result = Spotlight::collect(index, queryText, scopes, parser.value(QStringLiteral("sort")), countOnly ? 0 : limit);
+    if (countOnly) {
+        print(QString::number(result.totalCount) + QLatin1Char('\n'));
+    } else if (parser.isSet(QStringLiteral("json"))) {
+        QJsonArray items;
+        for (const FileItem &item : result.items)
+            items.append(itemJson(item));
+        QJsonObject o;
+        o[QStringLiteral("query")] = queryText;
+        o[QStringLiteral("totalCount")] = result.totalCount;
+        o[QStringLiteral("totalSize")] = result.totalSize;
+        o[QStringLiteral("items")] = items;
+        std::fputs(QJsonDocument(o).toJson(QJsonDocument::Indented).constData(), stdout);
+    } else {
+        QString out;
+        for (const FileItem &item : result.items)
+            out += item.path() + QLatin1Char('\n');
+        print(out);
+    }
+    return 0;
 }
