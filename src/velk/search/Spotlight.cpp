@@ -91,11 +91,14 @@ QCoro::Task<SpotlightResult> run(
 {
     if (cancellation.isCancelled())
         co_return SpotlightResult::empty();
-    SpotlightResult result = co_await QtConcurrent::run([&index, query, scopes, sortKey, limit, accept, cancellation] {
+    // The future is made in a statement of its own: GCC 12 destroys a lambda with captures twice when
+    // it is built inside the co_await expression.
+    auto future = QtConcurrent::run([&index, query, scopes, sortKey, limit, accept, cancellation] {
         if (cancellation.isCancelled())
             return SpotlightResult::empty();
         return collect(index, query, scopes, sortKey, limit, accept, cancellation.flag());
     });
+    SpotlightResult result = co_await future;
     co_return result;
 }
 

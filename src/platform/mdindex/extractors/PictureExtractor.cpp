@@ -360,8 +360,9 @@ namespace {
                 into.insert(MDAttribute::acquisitionModel.toString(), picture.model);
             if (picture.created.isValid())
                 into.insert(MDAttribute::contentCreationDate.toString(), picture.created);
-            if (picture.byCaptureTool || ScreenCapture::byPlaceOrName(path, facts.name, false))
-                into.insert(MDAttribute::isScreenCapture.toString(), true);
+            // Every picture says whether it is a screen capture, so that "not a screen capture" finds
+            // the others too: a missing attribute satisfies no comparison.
+            into.insert(MDAttribute::isScreenCapture.toString(), picture.byCaptureTool || ScreenCapture::byPlaceOrName(path, facts.name, false));
         }
     };
 

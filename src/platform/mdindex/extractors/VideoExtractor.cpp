@@ -160,8 +160,7 @@ namespace {
 
         void extract(const QString &path, const FileFacts &facts, ExtractedAttributes &into) const override
         {
-            if (ScreenCapture::byPlaceOrName(path, facts.name, true))
-                into.insert(MDAttribute::isScreenCapture.toString(), true);
+            into.insert(MDAttribute::isScreenCapture.toString(), ScreenCapture::byPlaceOrName(path, facts.name, true));
 
             static std::once_flag once;
             std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });

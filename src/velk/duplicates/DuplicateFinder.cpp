@@ -1,0 +1,242 @@
+#include "DuplicateFinder.h"
+
+#include "DuplicateScanner.h"
+#include "fileidentity/FileIdentity.h"
+#include "mdindex/MetadataIndex.h"
+#include "search/Spotlight.h"
+
+#include <QCoro/QCoroFuture>
+#include <QPointer>
+#include <QThread>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace {
+
+QList<DuplicateGroup> prune(const QList<DuplicateGroup> &groups, const QSet<QUrl> &urls)
+{
+    QList<DuplicateGroup> out;
+    for (DuplicateGroup group : groups) {
+        group.files.removeIf([&](const FileItem &file) { return urls.contains(file.url); });
+        if (group.files.size() < 2)
+            continue;
+        const bool keepLeft = std::any_of(group.files.begin(), group.files.end(), [&](const FileItem &file) { return file.url == group.keep; });
+        if (!keepLeft)
+            group.keep = group.files.first().url;
+        out.append(std::move(group));
+    }
+    return out;
+}
+
+qint64 reclaimable(const QList<DuplicateGroup> &groups)
+{
+    qint64 sum = 0;
+    for (const DuplicateGroup &group : groups)
+        sum += group.reclaimable();
+    return sum;
+}
+
+// Scans are background work: they yield to what the person is doing.
+template<typename Work>
+auto inBackground(Work work)
+{
+    return QtConcurrent::run([work = std::move(work)] {
+        QThread *thread = QThread::currentThread();
+        const QThread::Priority before = thread->priority();
+        thread->setPriority(QThread::LowPriority);
+        auto result = work();
+        thread->setPriority(before == QThread::InheritPriority ? QThread::NormalPriority : before);
+        return result;
+    });
+}
+
+bool setGroupKeeper(QList<DuplicateGroup> &groups, const QUrl &url, const QUuid &groupId)
+{
+    for (DuplicateGroup &group : groups) {
+        if (group.id == groupId) {
+            group.keep = url;
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+QString DuplicateFinder::Phase::rawValue() const
+{
+    switch (kind) {
+    case idle:
+        return QStringLiteral("idle");
+    case gathering:
+        return QStringLiteral("gathering");
+    case hashing:
+        return QStringLiteral("hashing");
+    case finished:
+        return QStringLiteral("finished");
+    }
+    return {};
+}
+
+DuplicateFinder::DuplicateFinder(mdindex::MetadataIndex &index, QObject *parent)
+    : QObject(parent)
+    , m_index(index)
+{
+}
+
+qint64 DuplicateFinder::exactReclaimable() const
+{
+    return reclaimable(m_exact);
+}
+
+qint64 DuplicateFinder::similarReclaimable() const
+{
+    return reclaimable(m_similar);
+}
+
+qint64 DuplicateFinder::extraCopies() const
+{
+    qint64 count = 0;
+    for (const DuplicateGroup &group : m_exact)
+        count += group.extras().size();
+    return count;
+}
+
+// The coroutines only wait on futures made in statements of their own: GCC 12 destroys a lambda
+// with captures twice when it is made inside a co_await, which rules out Spotlight::run for now. The
+// candidates come from the same query through Spotlight::collect on a worker thread.
+QCoro::Task<> DuplicateFinder::scan(QList<QUrl> scopes)
+{
+    if (m_phase.isRunning())
+        co_return;
+    setPhase({Phase::gathering});
+    QFuture<SpotlightResult> gathering = gather(DuplicateScanner::exactCandidates(), std::move(scopes));
+    SpotlightResult candidates = co_await gathering;
+    QFuture<QList<DuplicateGroup>> hashing = startHashing(candidates);
+    QList<DuplicateGroup> groups = co_await hashing;
+    finishScan(groups);
+}
+
+QFuture<SpotlightResult> DuplicateFinder::gather(const DuplicateScanner::CandidateQuery &query, QList<QUrl> scopes)
+{
+    return QtConcurrent::run([&index = m_index, query, scopes = std::move(scopes)] {
+        return Spotlight::collect(index, query.query, scopes, query.sortKey, query.limit, query.accept);
+    });
+}
+
+QFuture<QList<DuplicateGroup>> DuplicateFinder::startHashing(const SpotlightResult &candidates)
+{
+    if (m_scannedFiles != candidates.totalCount) {
+        m_scannedFiles = candidates.totalCount;
+        Q_EMIT scannedFilesChanged();
+    }
+    setPhase(Phase::hashingAt(0, 1));
+    QPointer<DuplicateFinder> self(this);
+    const auto progress = [self](qint64 done, qint64 total) {
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, done, total] {
+                if (self && self->m_phase.kind == Phase::hashing)
+                    self->setPhase(Phase::hashingAt(done, std::max<qint64>(total, 1)));
+            },
+            Qt::QueuedConnection);
+    };
+    return inBackground([items = candidates.items, progress] { return DuplicateScanner::exactDuplicates(items, progress); });
+}
+
+void DuplicateFinder::finishScan(const QList<DuplicateGroup> &groups)
+{
+    setExact(groups);
+    setPhase({Phase::finished});
+    m_lastScan = QDateTime::currentDateTime();
+    Q_EMIT lastScanChanged();
+}
+
+QCoro::Task<> DuplicateFinder::scanSimilar(QList<QUrl> scopes)
+{
+    if (m_similarPhase.isRunning())
+        co_return;
+    setSimilarPhase({Phase::gathering});
+    QFuture<SpotlightResult> gathering = gather(DuplicateScanner::similarCandidates(), std::move(scopes));
+    SpotlightResult candidates = co_await gathering;
+    QFuture<QList<DuplicateGroup>> analysing = startAnalysing(candidates);
+    QList<DuplicateGroup> groups = co_await analysing;
+    setSimilar(groups);
+    setSimilarPhase({Phase::finished});
+}
+
+QFuture<QList<DuplicateGroup>> DuplicateFinder::startAnalysing(const SpotlightResult &candidates)
+{
+    // A file already listed as an exact copy is not shown again as a look-alike.
+    QSet<QUrl> exactExtras;
+    for (const DuplicateGroup &group : std::as_const(m_exact)) {
+        for (const FileItem &extra : group.extras())
+            exactExtras.insert(extra.url);
+    }
+    QList<FileItem> items;
+    for (const FileItem &item : candidates.items) {
+        if (!exactExtras.contains(item.url) && fileidentity::isDownloadedCurrent(item.path()))
+            items.append(item);
+    }
+    setSimilarPhase(Phase::hashingAt(0, std::max<qint64>(items.size(), 1)));
+    QPointer<DuplicateFinder> self(this);
+    const auto progress = [self](qint64 done, qint64 total) {
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, done, total] {
+                if (self && self->m_similarPhase.kind == Phase::hashing)
+                    self->setSimilarPhase(Phase::hashingAt(done, std::max<qint64>(total, 1)));
+            },
+            Qt::QueuedConnection);
+    };
+    return inBackground([items, progress] { return DuplicateScanner::similarPhotos(items, progress); });
+}
+
+void DuplicateFinder::setKeeper(const QUrl &url, const QUuid &groupId)
+{
+    QList<DuplicateGroup> exact = m_exact;
+    if (setGroupKeeper(exact, url, groupId)) {
+        setExact(exact);
+        return;
+    }
+    QList<DuplicateGroup> similar = m_similar;
+    if (setGroupKeeper(similar, url, groupId))
+        setSimilar(similar);
+}
+
+void DuplicateFinder::remove(const QSet<QUrl> &urls)
+{
+    setExact(prune(m_exact, urls));
+    setSimilar(prune(m_similar, urls));
+}
+
+void DuplicateFinder::setPhase(const Phase &phase)
+{
+    if (m_phase == phase)
+        return;
+    m_phase = phase;
+    Q_EMIT phaseChanged();
+}
+
+void DuplicateFinder::setSimilarPhase(const Phase &phase)
+{
+    if (m_similarPhase == phase)
+        return;
+    m_similarPhase = phase;
+    Q_EMIT similarPhaseChanged();
+}
+
+void DuplicateFinder::setExact(const QList<DuplicateGroup> &groups)
+{
+    if (m_exact == groups)
+        return;
+    m_exact = groups;
+    Q_EMIT exactChanged();
+}
+
+void DuplicateFinder::setSimilar(const QList<DuplicateGroup> &groups)
+{
+    if (m_similar == groups)
+        return;
+    m_similar = groups;
+    Q_EMIT similarChanged();
+}

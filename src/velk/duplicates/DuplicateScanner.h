@@ -1,0 +1,58 @@
+#pragma once
+
+#include "DuplicateGroup.h"
+#include "imaging/FeaturePrint.h"
+#include "search/Spotlight.h"
+
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+// Finding files with identical contents and photos that look alike. Pure operations without state;
+// the long ones are synchronous and meant to run off the main thread.
+namespace DuplicateScanner {
+
+// Called with (done, total) from whichever thread does the work.
+using Progress = std::function<void(qint64 done, qint64 total)>;
+
+// Above this size a full fingerprint samples the file instead of reading all of it.
+inline constexpr qint64 fullReadLimit = 512'000'000;
+inline constexpr float similarityThreshold = 0.9118f;
+inline constexpr double aspectTolerance = 0.08;
+inline constexpr int largestCluster = 40;
+
+// What a scan asks the metadata index for.
+struct CandidateQuery {
+    QString query;
+    QString sortKey;
+    int limit = 0;
+    Spotlight::Accept accept;
+};
+const CandidateQuery &exactCandidates();
+const CandidateQuery &similarCandidates();
+// The extensions of photographs, lower-case.
+const QSet<QString> &photoExtensions();
+
+// Groups of files proven to hold the same bytes, largest saving first, each with its keeper chosen.
+// Reads as little as it can: sizes first, then file numbers, then both ends, then everything.
+QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progress &progress = {});
+// The SHA-256 of the file's two ends (`full` false) or of all of it, as lower-case hex; nothing when
+// the file cannot be read.
+std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full);
+// The copy to keep: outside Downloads, then without a copy mark in its name, then the oldest.
+QUrl pickKeeper(const QList<FileItem> &files);
+
+// Clusters of two to forty photos that look alike, largest saving first.
+QList<DuplicateGroup> similarPhotos(const QList<FileItem> &items, const Progress &progress = {});
+std::optional<imaging::FeatureVector> featurePrint(const QUrl &url);
+// The clustering step of similarPhotos over features already computed, one slot per item.
+QList<DuplicateGroup> clusterSimilar(const QList<FileItem> &items, const std::vector<std::optional<imaging::FeatureVector>> &features);
+// The photo to keep: the most pixels, then the biggest file.
+QUrl pickBestPhoto(const QList<FileItem> &files);
+
+} // namespace DuplicateScanner
