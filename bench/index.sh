@@ -1,0 +1,218 @@
+#!/usr/bin/env bash
+# Index benchmark: velk-find against find and plocate on a generated home folder.
+#
+#   bench/index.sh [FILES]        FILES defaults to 100000; 1000000 for the big run
+#
+# Environment: BUILD (build folder, default <repo>/build), RUNS (timed runs per query, default 15),
+# FIND_RUNS (runs of the slow find peers, default 5), TMPDIR (where the home folder goes), KEEP=1 keeps it.
+# Times are wall times of whole commands with the file cache warm (each command runs once untimed first).
+set -uo pipefail
+export LC_ALL=C
+
+files=${1:-100000}
+if [[ ! $files =~ ^[0-9]+$ ]] || ((files < 100)); then
+  echo "usage: $0 [FILES]   (FILES >= 100, default 100000)" >&2
+  exit 2
+fi
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+BUILD=${BUILD:-$repo/build}
+RUNS=${RUNS:-15}
+FIND_RUNS=${FIND_RUNS:-5}
+velk=$BUILD/bin/velk-find
+genhome=$BUILD/bin/velk-genhome
+
+say() { printf '%s\n' "$*" >&2; }
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/velk-bench.XXXXXX") || exit 1
+cleanup() {
+  if [[ ${KEEP:-0} == 1 ]]; then
+    say "index.sh: kept $work"
+    return
+  fi
+  # The fixture has folders nobody may enter; open them so rm can descend.
+  find "$work" -type d ! -perm -u+rwx -exec chmod u+rwx {} + 2>/dev/null
+  rm -rf "$work"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+# Build the two tools; a stale binary is still better than none while someone else's change breaks the build.
+if [[ ! -f $BUILD/CMakeCache.txt ]]; then
+  cmake -S "$repo" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
+fi
+if ! cmake --build "$BUILD" --target velk-genhome velk-find >"$work/build.log" 2>&1; then
+  tail -5 "$work/build.log" >&2
+  say "index.sh: building failed; using the binaries already there"
+fi
+[[ -x $genhome ]] || { say "index.sh: no $genhome"; exit 1; }
+
+home=$work/home
+export HOME=$home XDG_CONFIG_HOME=$home/.config XDG_DATA_HOME=$home/.local/share XDG_CACHE_HOME=$home/.cache
+export XDG_STATE_HOME=$home/.local/state XDG_DATA_DIRS=/usr/local/share:/usr/share
+# Dates end today, so "the last year" holds the same share of the files whichever day this runs.
+today=$(date -u -d 'today 00:00' +%s)
+say "index.sh: generating $files files into $home"
+gen_start=$EPOCHREALTIME
+summary=$("$genhome" --files "$files" --seed 1 --large --now "$today" "$home") || { say "index.sh: velk-genhome failed"; exit 1; }
+gen_s=$(awk -v s="$gen_start" -v e="$EPOCHREALTIME" 'BEGIN { printf "%.1f", e - s }')
+say "$summary"
+
+hyperfine=$(command -v hyperfine || true)
+gnutime=/usr/bin/time
+[[ -x $gnutime ]] || gnutime=
+
+# Median wall time in ms of a command over N runs, after one untimed run; fails when the command does.
+median_ms() {
+  local runs=$1
+  shift
+  "$@" >/dev/null 2>&1 || return 1
+  if [[ -n $hyperfine ]]; then
+    "$hyperfine" -N --style none --runs "$runs" --export-json "$work/hf.json" "$(printf '%q ' "$@")" >/dev/null 2>&1 || return 1
+    grep -o '"median": *[0-9.e+-]*' "$work/hf.json" | head -1 | awk -F: '{ printf "%.3f\n", $2 * 1000 }'
+    return
+  fi
+  local i s e
+  for ((i = 0; i < runs; i++)); do
+    s=$EPOCHREALTIME
+    "$@" >/dev/null 2>&1
+    e=$EPOCHREALTIME
+    awk -v s="$s" -v e="$e" 'BEGIN { printf "%.3f\n", (e - s) * 1000 }'
+  done | sort -g | awk '{ a[NR] = $1 } END { if (NR % 2) print a[(NR + 1) / 2]; else printf "%.3f\n", (a[NR / 2] + a[NR / 2 + 1]) / 2 }'
+}
+
+# Results a command prints, one per line (or its own count with --count).
+results() { "$@" 2>/dev/null | wc -l; }
+
+fmt_ms() {
+  [[ -z $1 ]] && { echo "n/a"; return; }
+  awk -v t="$1" 'BEGIN { if (t >= 1000) printf "%.2f s", t / 1000; else if (t >= 100) printf "%.0f ms", t; else printf "%.1f ms", t }'
+}
+
+rows=()
+# row FIGURE VELK_MS VELK_RESULTS PEER PEER_MS PEER_RESULTS MODE LIMIT: MODE "slower" aims at velk/peer <= LIMIT,
+# "faster" at peer/velk >= LIMIT.
+row() {
+  local figure=$1 vms=$2 vres=$3 peer=$4 pms=$5 pres=$6 mode=$7 limit=$8 ratio="n/a" verdict="n/a"
+  if [[ -n $vms && -n $pms ]]; then
+    if [[ $mode == slower ]]; then
+      ratio=$(awk -v v="$vms" -v p="$pms" 'BEGIN { printf "%.2fx", v / p }')
+      verdict=$(awk -v v="$vms" -v p="$pms" -v l="$limit" 'BEGIN { print (v / p <= l) ? "yes" : "NO" }')
+    else
+      ratio=$(awk -v v="$vms" -v p="$pms" 'BEGIN { r = p / v; if (r >= 10) printf "%.0fx faster", r; else if (r >= 1) printf "%.1fx faster", r; else printf "%.1fx slower", 1 / r }')
+      verdict=$(awk -v v="$vms" -v p="$pms" -v l="$limit" 'BEGIN { print (p / v >= l) ? "yes" : "NO" }')
+    fi
+  fi
+  local aim="velk <= ${limit}x peer"
+  [[ $mode == faster ]] && aim="${limit}x faster"
+  rows+=("$(printf '%-34s %10s %9s  %-26s %10s %9s  %-14s %-18s %s' "$figure" "$(fmt_ms "$vms")" "$vres" "$peer" "$(fmt_ms "$pms")" "$pres" "$ratio" "$aim" "$verdict")")
+}
+
+# Warm the file cache the way every later command will find it.
+find "$HOME" -printf '%s %T@ %p\n' >/dev/null 2>&1
+
+# First full index: a fresh store each time.
+have_velk=0
+store=$XDG_CACHE_HOME/velk/index.sqlite
+index_runs=3
+((files >= 500000)) && index_runs=1
+index_ms=
+times=()
+for ((i = 0; i < index_runs; i++)); do
+  [[ -x $velk ]] || break
+  rm -rf "$XDG_CACHE_HOME/velk"
+  s=$EPOCHREALTIME
+  "$velk" --update >"$work/update.log" 2>&1 || break
+  e=$EPOCHREALTIME
+  [[ -f $store ]] || break
+  times+=("$(awk -v s="$s" -v e="$e" 'BEGIN { printf "%.3f", (e - s) * 1000 }')")
+done
+if ((${#times[@]} == index_runs)); then
+  have_velk=1
+  index_ms=$(printf '%s\n' "${times[@]}" | sort -g | awk '{ a[NR] = $1 } END { print a[int((NR + 1) / 2)] }')
+else
+  say "index.sh: velk-find --update did not build a store at $store; its figures are n/a"
+  [[ -s $work/update.log ]] && head -5 "$work/update.log" >&2
+fi
+find_ms=$(median_ms "$FIND_RUNS" find "$HOME" -printf '%s %T@ %p\n')
+find_count=$(find "$HOME" 2>/dev/null | wc -l)
+records=
+((have_velk)) && records=$("$velk" --raw "kMDItemFSName == '*'" --count 2>/dev/null | tr -dc '0-9')
+row "first full index (--update)" "$index_ms" "${records:-n/a}" "find -printf size,mtime" "$find_ms" "$find_count" slower 2
+
+# Peer index for the name search; its default settings would leave out /tmp and tmpfs, where this home lives.
+db=$work/plocate.db
+plocate_ok=0
+if command -v updatedb >/dev/null && command -v plocate >/dev/null; then
+  updatedb -l 0 -U "$HOME" -o "$db" --prunepaths '' --prunenames '' --prunefs '' --prune-bind-mounts no 2>"$work/updatedb.log" && plocate_ok=1
+fi
+((plocate_ok)) || say "index.sh: no plocate peer (apt-get install plocate)"
+
+velk_q() { "$velk" --raw "$@"; }
+q_name='(kMDItemFSName == "*invoice*"cd || kMDItemTitle == "*invoice*"cd || kMDItemAuthors == "*invoice*"cd || kMDItemAlbum == "*invoice*"cd)'
+q_image="(kMDItemContentTypeTree == 'public.image')"
+q_movie="(kMDItemContentTypeTree == 'public.movie') && kMDItemFSSize >= 1000000 && kMDItemFSContentChangeDate >= \$time.today(-365)"
+q_unused='kMDItemLastUsedDate != *'
+
+velk_time() { ((have_velk)) && median_ms "$RUNS" "$velk" --raw "$@"; }
+velk_results() { ((have_velk)) && results "$velk" --raw "$@" || echo n/a; }
+
+v_ms=$(velk_time "$q_name")
+v_res=$(velk_results "$q_name")
+if ((plocate_ok)); then
+  # -b: match the file name only, as the name clause does, not every file below an "Invoices" folder.
+  row 'name "*invoice*"' "$v_ms" "$v_res" "plocate -b -i invoice" "$(median_ms "$RUNS" plocate -d "$db" -b -i invoice)" \
+    "$(results plocate -d "$db" -b -i invoice)" slower 3
+fi
+row 'name "*invoice*"' "$v_ms" "$v_res" "find -iname '*invoice*'" "$(median_ms "$FIND_RUNS" find "$HOME" -iname '*invoice*')" \
+  "$(results find "$HOME" -iname '*invoice*')" faster 100
+
+image_find=(find "$HOME" -type f '(' -iname '*.jpg' -o -iname '*.jpeg' -o -iname '*.png' -o -iname '*.gif' -o -iname '*.webp' -o -iname '*.heic'
+  -o -iname '*.heif' -o -iname '*.svg' -o -iname '*.tif' -o -iname '*.tiff' -o -iname '*.bmp' -o -iname '*.cr2' -o -iname '*.arw' -o -iname '*.nef'
+  -o -iname '*.dng' -o -iname '*.psd' -o -iname '*.ico' -o -iname '*.icns' ')')
+row "kind: images" "$(velk_time "$q_image")" "$(velk_results "$q_image")" "find -iname *.jpg -o ..." \
+  "$(median_ms "$FIND_RUNS" "${image_find[@]}")" "$(results "${image_find[@]}")" faster 100
+
+movie_find="find \"\$HOME\" -type f -size +1000000c -mtime -365 '(' -iname '*.mp4' -o -iname '*.m4v' -o -iname '*.mov' -o -iname '*.mkv' \
+-o -iname '*.webm' -o -iname '*.avi' -o -iname '*.mpg' -o -iname '*.wmv' -o -iname '*.ogv' ')' -printf '%s %p\n' | sort -rn"
+row "movies >1MB, last year, by size" "$(velk_time "$q_movie" --sort kMDItemFSSize)" "$(velk_results "$q_movie" --sort kMDItemFSSize)" \
+  "find -size -mtime | sort" "$(median_ms "$FIND_RUNS" bash -c "$movie_find")" "$(bash -c "$movie_find" | wc -l)" faster 100
+
+unused_count=n/a
+((have_velk)) && unused_count=$("$velk" --raw "$q_unused" --count 2>/dev/null | tr -dc '0-9')
+row "never opened (--count)" "$(velk_time "$q_unused" --count)" "${unused_count:-n/a}" "find | wc -l" \
+  "$(median_ms "$FIND_RUNS" bash -c 'find "$HOME" | wc -l')" "$find_count" faster 100
+
+# Memory: a name no file has makes the query visit the whole catalog.
+rss_kib=
+open_ms=
+base_kib=
+if ((have_velk)) && [[ -n $gnutime ]]; then
+  velk_q 'kMDItemFSName == "*zzzz*"' --count >/dev/null 2>&1
+  for ((i = 0; i < 3; i++)); do
+    "$gnutime" -f '%M %e' -o "$work/time.$i" "$velk" --raw 'kMDItemFSName == "*zzzz*"' --count >/dev/null 2>&1
+  done
+  rss_kib=$(cat "$work"/time.* | awk '{ print $1 }' | sort -g | sed -n 2p)
+  open_ms=$(cat "$work"/time.* | awk '{ print $2 * 1000 }' | sort -g | sed -n 2p)
+  "$gnutime" -f '%M' -o "$work/time.base" "$velk" --version >/dev/null 2>&1 && base_kib=$(cat "$work/time.base")
+fi
+
+gen_rate=$(awk -v n="$files" -v s="$gen_s" 'BEGIN { printf "%.0f", n / (s > 0 ? s : 1) }')
+echo
+echo "Velk index benchmark: $summary"
+echo "generation: ${gen_s} s (${gen_rate} files/s); timer: ${hyperfine:+hyperfine }median of $RUNS runs (find peers: $FIND_RUNS), warm cache"
+echo
+printf '%-34s %10s %9s  %-26s %10s %9s  %-14s %-18s %s\n' figure velk results peer "peer time" results ratio aim ok
+printf '%s\n' "${rows[@]}"
+echo
+if [[ -n $rss_kib && -n $records && $records -gt 0 ]]; then
+  per=$(awk -v k="$rss_kib" -v n="$records" 'BEGIN { printf "%.0f", k * 1024 / n }')
+  net=$(awk -v k="$rss_kib" -v b="${base_kib:-0}" -v n="$records" 'BEGIN { printf "%.0f", (k - b) * 1024 / n }')
+  ok=$(awk -v p="$per" 'BEGIN { print (p < 300) ? "yes" : "NO" }')
+  printf '%-34s %s\n' "memory per record" "$per B ($((rss_kib / 1024)) MiB max RSS / $records records; $net B above the ${base_kib:-?} KiB of --version)  aim < 300 B: $ok"
+  ok=$(awk -v t="$open_ms" 'BEGIN { print (t < 2000) ? "yes" : "NO" }')
+  printf '%-34s %s\n' "open store + first query" "$(fmt_ms "$open_ms")  aim < 2 s at 1M records: $ok"
+else
+  printf '%-34s %s\n' "memory per record" "n/a (needs velk-find with a store, and GNU time)"
+  printf '%-34s %s\n' "open store + first query" "n/a"
+fi
+exit 0
