@@ -16,7 +16,6 @@
 #include <ctime>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <numbers>
 #include <random>
 #include <string>
@@ -98,7 +97,7 @@ const Kind kKinds[] = {
         "\x00\x00\x00\x20"
         "ftypisom\x00\x00\x02\x00isomiso2avc1mp41"sv,
         false},
-    {"mov", 2.5e8, 1.0,
+    {"mov", 8e7, 1.0,
         "\x00\x00\x00\x14"
         "ftypqt  \x00\x00\x00\x00qt  "sv,
         false},
@@ -208,7 +207,7 @@ string stamp(int64_t t, const char *format)
 }
 
 struct Totals {
-    uint64_t files = 0, dirs = 0, links = 0, bytes = 0;
+    uint64_t files = 0, links = 0, bytes = 0;
 };
 
 // Writes one part of the home folder, single-threaded, with its own random stream; parts never share a folder
@@ -257,7 +256,6 @@ public:
             return fail("cannot create folder " + rel);
         m_made.insert(rel);
         dirTimes.emplace(rel, 0);
-        ++totals.dirs;
     }
 
     // Writes a file of `size` bytes (drawn from its kind when negative) starting with `body`; returns its path.
@@ -275,12 +273,12 @@ public:
         content.resize(std::min<uint64_t>(content.size(), bytes));
         string path = rel;
         int fd = -1;
-        for (int n = 2; fd < 0; ++n) {
+        for (int tries = 0; fd < 0; ++tries) {
             fd = openat(m_root, path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-            if (fd < 0 && (errno != EEXIST || n > 50))
+            if (fd < 0 && (errno != EEXIST || tries > 1000))
                 return fail("cannot create file " + path), string();
             if (fd < 0)
-                path = numbered(rel, n);
+                path = numbered(rel, ++m_clashes[rel] + 1);
         }
         const long ns = long(rng.below(1000000000));
         const timespec ts[2] = {{when, ns}, {when, ns}};
@@ -344,6 +342,7 @@ private:
     bool m_large;
     int64_t m_now;
     std::unordered_set<string> m_made;
+    std::unordered_map<string, int> m_clashes; // last number given to each clashing name
 };
 
 // Spreads n files over a tree below `base` at most `depth` levels deep; `put` writes one file into a folder.
@@ -460,13 +459,20 @@ void desktop(Writer &w)
     w.link("Desktop/Projects", "../Projects", t);
     w.link("Desktop/thesis-draft-old.pdf", "../Downloads/Old/thesis-draft-old.pdf", t); // its target was deleted
     w.file("Desktop/notes.desktop", t, -1, desktopEntry("Notes", "notely", "Office;"), 0755);
-    while (w.left() > 0) {
+    for (int i = 0; i < 150 && w.left() > 0; ++i) {
         const int64_t f = w.anytime();
         if (w.rng.chance(0.4))
             w.file("Desktop/" + stamp(f, "Screenshot from %Y-%m-%d %H-%M-%S.png"), f);
         else
             w.file("Desktop/" + docName(w.rng, f), f);
     }
+    // Past a point people sweep the desktop into folders.
+    tree(
+        w, "Desktop/old desktop", w.left(), 3, [&] { return string(w.rng.pick(kFolders)); },
+        [&](const string &d) {
+            const int64_t f = w.anytime();
+            w.file(d + "/" + docName(w.rng, f), f);
+        });
 }
 
 void documents(Writer &w)
@@ -630,6 +636,10 @@ void downloads(Writer &w)
             w.file("Downloads/" + app + "-" + version(w.rng) + "-x86_64.AppImage", f, -1, {}, 0755);
             break;
         case 1: {
+            if (!w.rng.chance(0.25)) { // disk images are rarer than other installers
+                w.file("Downloads/" + lower(app) + "_" + version(w.rng) + "_amd64.deb", f);
+                break;
+            }
             static const char *const isos[] = {"debian-12.%d.0-amd64-netinst.iso", "fedora-workstation-40-1.%d.iso", "distro-24.04.%d-desktop-amd64.iso"};
             char name[64];
             std::snprintf(name, sizeof name, w.rng.pick(isos), w.rng.range(1, 9));
@@ -978,6 +988,7 @@ int main(int argc, char *argv[])
     if (parser.positionalArguments().size() != 1)
         return fail("give exactly one OUTDIR (see --help)");
 
+    umask(022); // the same modes whoever runs it
     const QString out = QDir::cleanPath(QDir::current().absoluteFilePath(parser.positionalArguments().constFirst()));
     const QByteArray outPath = QFile::encodeName(out);
     const QFileInfo info(out);
@@ -999,8 +1010,8 @@ int main(int argc, char *argv[])
         {"cache", 150, cache},
         {"pictures", 120, pictures},
         {"work", 110, [](Writer &w) { projects(w, "src/work"); }},
-        {"documents", 100, documents},
-        {"downloads", 60, downloads},
+        {"documents", 130, documents},
+        {"downloads", 30, downloads},
         {"music", 60, music},
         {"local", 50, local},
         {"config", 40, config},
@@ -1033,10 +1044,11 @@ int main(int argc, char *argv[])
     Totals total;
     std::unordered_map<string, int64_t> dirTimes {{"", 0}};
     std::vector<string> locked;
-    for (const auto &w : writers) {
+    for (size_t i = 0; i < writers.size(); ++i) {
+        const Writer *w = writers[i].get();
         if (!w->error.empty())
-            return fail(w->error, 1);
-        total.files += w->totals.files, total.dirs += w->totals.dirs, total.links += w->totals.links, total.bytes += w->totals.bytes;
+            return fail(string(parts[i].name) + ": " + w->error, 1);
+        total.files += w->totals.files, total.links += w->totals.links, total.bytes += w->totals.bytes;
         for (const auto &[dir, t] : w->dirTimes) {
             int64_t &d = dirTimes[dir];
             d = std::max(d, t);
