@@ -1,3 +1,4 @@
+#include "Reports.h"
 #include "mdindex/MetadataIndex.h"
 #include "mdindex/Query.h"
 #include "mdindex/extractors/Extractors.h"
@@ -184,7 +185,12 @@ int main(int argc, char *argv[])
         {QStringLiteral("explain"), QStringLiteral("Show how the text was understood, and the query it becomes.")},
         {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
     });
+    Reports::addOptions(parser);
     parser.process(app);
+
+    // --cleanup and --sources answer on their own, from the index as it stands.
+    if (Reports::requested(parser))
+        return Reports::run(parser);
 
     const QString text = parser.positionalArguments().join(QLatin1Char(' '));
     if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("update")) && !parser.isSet(QStringLiteral("status"))) {

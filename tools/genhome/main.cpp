@@ -595,7 +595,7 @@ void music(Writer &w)
     }
 }
 
-// A macOS-style bundle, as unpacked from a download.
+// An application bundle from another system, as unpacked from a download.
 void bundle(Writer &w, const string &dir, const string &app, int64_t t)
 {
     const string c = dir + "/" + app + ".app/Contents/";

@@ -413,6 +413,8 @@ UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgre
         }
     }
     flush(walk, true);
+    // Files the walk added take their last used dates too.
+    reloadLastUsed();
     if (m_store)
         m_store->setMeta(QStringLiteral("lastUpdate"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
     if (progress)
@@ -485,6 +487,8 @@ UpdateProgress MetadataIndex::refreshFolders(const QSet<QString> &folders)
         }
     }
     flush(walk, true);
+    if (!walk.added.empty())
+        reloadLastUsed();
     if (m_watcher) {
         std::shared_lock lock(m_lock);
         for (Catalog::Row row : walk.added) {

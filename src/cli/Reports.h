@@ -1,0 +1,15 @@
+#pragma once
+
+class QCommandLineParser;
+
+// velk-find --cleanup and --sources: the clean-up suggestions and the download sources as the app
+// computes them, from the index as it stands, without a window.
+namespace Reports {
+
+void addOptions(QCommandLineParser &parser);
+bool requested(const QCommandLineParser &parser);
+// Prints the reports asked for (as JSON with --json, over the --scope folders if given) and returns the
+// exit code.
+int run(const QCommandLineParser &parser);
+
+} // namespace Reports
