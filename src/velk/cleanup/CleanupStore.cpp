@@ -41,16 +41,6 @@ bool sameResult(const SpotlightResult &a, const SpotlightResult &b)
     return true;
 }
 
-// What Spotlight::run does, with the same signature: Spotlight::run destroys the temporary lambda of
-// its own co_await twice when built with GCC 12, which corrupts the heap.
-QCoro::Task<SpotlightResult> runQuery(mdindex::MetadataIndex &index, QString query, QList<QUrl> scopes, QString sortKey, int limit, Spotlight::Accept accept)
-{
-    QFuture<SpotlightResult> running
-        = QtConcurrent::run([&index, query, scopes, sortKey, limit, accept] { return Spotlight::collect(index, query, scopes, sortKey, limit, accept); });
-    SpotlightResult result = co_await running;
-    co_return result;
-}
-
 } // namespace
 
 CleanupStore::CleanupStore(mdindex::MetadataIndex &index, QObject *parent)
@@ -87,7 +77,7 @@ QCoro::Task<> CleanupStore::load(QList<QUrl> scopes, int token)
             const QString query = CleanupRules::query(kind);
             const QList<QUrl> folders = CleanupRules::scopes(kind, scopes);
             const Spotlight::Accept accept = [kind](const FileItem &item) { return CleanupRules::accepts(kind, item); };
-            QCoro::Task<SpotlightResult> running = runQuery(m_index, query, folders, bySize, CleanupRules::kLimit, accept);
+            QCoro::Task<SpotlightResult> running = Spotlight::run(m_index, query, folders, bySize, CleanupRules::kLimit, accept);
             result = co_await running;
             // The index's size of an app is not what it takes on disk.
             if (kind == CleanupKind::unusedApps) {

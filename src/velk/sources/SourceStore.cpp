@@ -47,16 +47,6 @@ bool sameGroups(const QList<SourceStore::Group> &a, const QList<SourceStore::Gro
     return true;
 }
 
-// What Spotlight::run does, with the same signature: Spotlight::run destroys the temporary lambda of
-// its own co_await twice when built with GCC 12, which corrupts the heap.
-QCoro::Task<SpotlightResult> runQuery(mdindex::MetadataIndex &index, QString query, QList<QUrl> scopes, QString sortKey, int limit, Spotlight::Accept accept)
-{
-    QFuture<SpotlightResult> running
-        = QtConcurrent::run([&index, query, scopes, sortKey, limit, accept] { return Spotlight::collect(index, query, scopes, sortKey, limit, accept); });
-    SpotlightResult result = co_await running;
-    co_return result;
-}
-
 } // namespace
 
 SourceStore::SourceStore(mdindex::MetadataIndex &index, QObject *parent)
@@ -76,7 +66,7 @@ QCoro::Task<> SourceStore::load(QList<QUrl> scopes, int token)
     const QString query = QStringLiteral("kMDItemWhereFroms == *");
     const QString byDate = MDAttribute::fsContentChangeDate.toString();
     const Spotlight::Accept accept = [](const FileItem &item) { return item.category != FileCategory::folders; };
-    QCoro::Task<SpotlightResult> running = runQuery(m_index, query, scopes, byDate, kLimit, accept);
+    QCoro::Task<SpotlightResult> running = Spotlight::run(m_index, query, scopes, byDate, kLimit, accept);
     const SpotlightResult result = co_await running;
     QFuture<QList<Group>> grouping = QtConcurrent::run(utilityPool(), [items = result.items] { return grouped(items); });
     const QList<Group> groups = co_await grouping;
