@@ -44,24 +44,13 @@ QList<QUrl> defaultScopes()
     return scopes.isEmpty() ? QList<QUrl> {QUrl::fromLocalFile(home.path())} : scopes;
 }
 
-QJsonObject itemJson(const FileItem &item)
-{
-    QJsonObject o;
-    o[QStringLiteral("path")] = item.path();
-    o[QStringLiteral("name")] = item.name;
-    o[QStringLiteral("size")] = item.size;
-    o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
-    o[QStringLiteral("kind")] = item.category.rawValue();
-    return o;
-}
-
 QJsonObject cleanupJson(const CleanupStore &store)
 {
     QJsonObject kinds;
     for (auto it = store.results().cbegin(); it != store.results().cend(); ++it) {
         QJsonArray items;
         for (const FileItem &item : it->items)
-            items.append(itemJson(item));
+            items.append(Reports::itemJson(item));
         QJsonObject o;
         o[QStringLiteral("title")] = it.key().title();
         o[QStringLiteral("totalCount")] = it->totalCount;
@@ -103,7 +92,7 @@ QJsonArray sourcesJson(const SourceStore &store)
     for (const SourceStore::Group &group : store.groups()) {
         QJsonArray items;
         for (const FileItem &item : group.items)
-            items.append(itemJson(item));
+            items.append(Reports::itemJson(item));
         QJsonObject o;
         o[QStringLiteral("name")] = group.source.name;
         o[QStringLiteral("symbol")] = group.source.symbol;
@@ -131,6 +120,19 @@ QString sourcesText(const SourceStore &store)
 } // namespace
 
 namespace Reports {
+
+QJsonObject itemJson(const FileItem &item)
+{
+    QJsonObject o;
+    o[QStringLiteral("path")] = item.path();
+    o[QStringLiteral("name")] = item.name;
+    o[QStringLiteral("size")] = item.size;
+    o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
+    o[QStringLiteral("kind")] = item.category.rawValue();
+    if (item.contentType)
+        o[QStringLiteral("contentType")] = item.contentType->identifier();
+    return o;
+}
 
 void addOptions(QCommandLineParser &parser)
 {

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <QJsonObject>
+
 class QCommandLineParser;
+struct FileItem;
 
 // velk-find --cleanup and --sources: the clean-up suggestions and the download sources as the app
 // computes them, from the index as it stands, without a window.
 namespace Reports {
+
+// One file as every JSON answer of velk-find gives it.
+QJsonObject itemJson(const FileItem &item);
 
 void addOptions(QCommandLineParser &parser);
 bool requested(const QCommandLineParser &parser);

@@ -78,19 +78,6 @@ void status(const mdindex::MetadataIndex &index)
     print(out);
 }
 
-QJsonObject itemJson(const FileItem &item)
-{
-    QJsonObject o;
-    o[QStringLiteral("path")] = item.path();
-    o[QStringLiteral("name")] = item.name;
-    o[QStringLiteral("size")] = item.size;
-    o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
-    o[QStringLiteral("kind")] = item.category.rawValue();
-    if (item.contentType)
-        o[QStringLiteral("contentType")] = item.contentType->identifier();
-    return o;
-}
-
 QString local(const std::optional<QDateTime> &when)
 {
     return when ? when->toLocalTime().toString(Qt::ISODate) : QString();
@@ -258,7 +245,7 @@ int main(int argc, char *argv[])
     } else if (parser.isSet(QStringLiteral("json"))) {
         QJsonArray items;
         for (const FileItem &item : result.items)
-            items.append(itemJson(item));
+            items.append(Reports::itemJson(item));
         QJsonObject o;
         o[QStringLiteral("query")] = queryText;
         o[QStringLiteral("totalCount")] = result.totalCount;
