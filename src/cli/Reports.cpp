@@ -4,6 +4,7 @@
 #include "cleanup/CleanupStore.h"
 #include "mdindex/MetadataIndex.h"
 #include "models/Fmt.h"
+#include "search/LibraryStore.h"
 #include "sources/SourceStore.h"
 
 #include <QCommandLineParser>
@@ -14,11 +15,13 @@
 #include <QJsonObject>
 
 #include <cstdio>
+#include <vector>
 
 namespace {
 
 const QString kCleanup = QStringLiteral("cleanup");
 const QString kSources = QStringLiteral("sources");
+const QString kCollections = QStringLiteral("collections");
 
 void print(const QString &text, FILE *stream = stdout)
 {
@@ -31,17 +34,37 @@ QString files(qint64 count)
     return QStringLiteral("%1 file%2").arg(count).arg(count == 1 ? QString() : QStringLiteral("s"));
 }
 
-// The folders the app searches by default: every visible folder of the home folder but the
-// applications, or the home folder itself when there is none.
-QList<QUrl> defaultScopes()
+// The destinations the app fills at start, in the order it starts them.
+QList<SidebarItem> warmUpDestinations()
 {
-    const QDir home(UserPlaces::homePath());
-    QList<QUrl> scopes;
-    for (const QString &name : home.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks, QDir::Name)) {
-        if (name != QLatin1StringView("Library") && name != QLatin1StringView("Applications"))
-            scopes.append(QUrl::fromLocalFile(home.filePath(name)));
+    QList<SidebarItem> items;
+    for (const FileCategory category :
+        {FileCategory::images, FileCategory::videos, FileCategory::music, FileCategory::documents, FileCategory::archives, FileCategory::apps})
+        items.append(SidebarItem::category(category));
+    for (const SmartCollection collection : {SmartCollection::recents, SmartCollection::large, SmartCollection::screenshots})
+        items.append(SidebarItem::smart(collection));
+    return items;
+}
+
+// Loads the destinations side by side, as the app does at start, and reports each total.
+void collectionsReport(mdindex::MetadataIndex &index, const QList<QUrl> &scopes, QJsonObject &report, QString &text)
+{
+    LibraryStore store(index, scopes);
+    const QList<SidebarItem> items = warmUpDestinations();
+    std::vector<QCoro::Task<>> loads;
+    for (const SidebarItem &item : items)
+        loads.push_back(store.load(item, 0));
+    QJsonArray rows;
+    for (const SidebarItem &item : items) {
+        const SpotlightResult result = QCoro::waitFor(store.result(item, 0));
+        QJsonObject row;
+        row[QStringLiteral("title")] = item.title();
+        row[QStringLiteral("totalCount")] = result.totalCount;
+        row[QStringLiteral("totalSize")] = result.totalSize;
+        rows.append(row);
+        text += QStringLiteral("%1: %2, %3\n").arg(item.title(), files(result.totalCount), Fmt::bytes(result.totalSize));
     }
-    return scopes.isEmpty() ? QList<QUrl> {QUrl::fromLocalFile(home.path())} : scopes;
+    report[kCollections] = rows;
 }
 
 QJsonObject cleanupJson(const CleanupStore &store)
@@ -139,12 +162,13 @@ void addOptions(QCommandLineParser &parser)
     parser.addOptions({
         {kCleanup, QStringLiteral("List the clean-up suggestions from the index as it stands (run --update first).")},
         {kSources, QStringLiteral("List downloaded files grouped by where they came from, from the index as it stands.")},
+        {kCollections, QStringLiteral("Count the files of each collection the app shows at start (VELK_DEBUG=1 adds the store's own lines).")},
     });
 }
 
 bool requested(const QCommandLineParser &parser)
 {
-    return parser.isSet(kCleanup) || parser.isSet(kSources);
+    return parser.isSet(kCleanup) || parser.isSet(kSources) || parser.isSet(kCollections);
 }
 
 int run(const QCommandLineParser &parser)
@@ -161,12 +185,16 @@ int run(const QCommandLineParser &parser)
     for (const QString &scope : parser.values(QStringLiteral("scope")))
         scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
     if (scopes.isEmpty())
-        scopes = defaultScopes();
+        scopes = LibraryStore::defaultScopes();
     const bool json = parser.isSet(QStringLiteral("json"));
 
     QJsonObject report;
     QString text;
+    if (parser.isSet(kCollections))
+        collectionsReport(index, scopes, report, text);
     if (parser.isSet(kCleanup)) {
+        if (!text.isEmpty())
+            text += QStringLiteral("\n");
         CleanupStore store(index);
         QCoro::waitFor(store.load(scopes, 0));
         report[kCleanup] = cleanupJson(store);

@@ -5,8 +5,8 @@
 class QCommandLineParser;
 struct FileItem;
 
-// velk-find --cleanup and --sources: the clean-up suggestions and the download sources as the app
-// computes them, from the index as it stands, without a window.
+// velk-find --collections, --cleanup and --sources: the collections, the clean-up suggestions and the
+// download sources as the app computes them, from the index as it stands, without a window.
 namespace Reports {
 
 // One file as every JSON answer of velk-find gives it.

@@ -76,6 +76,8 @@ std::optional<DesktopEntry> DesktopEntry::parse(QByteArrayView contents)
             entry.noDisplay = isTrue(value);
         } else if (key == "Icon") {
             entry.icon = unescape(value);
+        } else if (key == "Exec") {
+            entry.exec = unescape(value);
         } else if (key == "Name" && nameRank < 0) {
             entry.name = unescape(value);
             nameRank = 0;

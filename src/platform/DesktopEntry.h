@@ -10,6 +10,7 @@ struct DesktopEntry {
     QString type;
     QString name; // localized for the current locale where the entry has a translation
     QString icon;
+    QString exec; // the command line, with the format's quoting still in place
     bool hidden = false;
     bool noDisplay = false;
 

@@ -179,6 +179,89 @@ inline QByteArray exifBlock(const QByteArray &make, const QByteArray &model)
     return QByteArray("Exif\0\0", 6) + tiff + values[0] + values[1];
 }
 
+// A minimal DNG, as raw converters and some cameras write: one strip of 16-bit Bayer samples in a
+// little-endian TIFF with the DNG tags, the camera's make and model, an orientation and a date.
+inline bool dng(const QString &path, quint32 width, quint32 height, quint16 orientation, const QByteArray &make, const QByteArray &model)
+{
+    struct Entry {
+        quint16 tag;
+        quint16 type; // 1 BYTE, 2 ASCII, 3 SHORT, 4 LONG, 10 SRATIONAL
+        quint32 count;
+        QByteArray value;
+    };
+    const auto le = [](quint64 v, int bytes) {
+        QByteArray out;
+        for (int i = 0; i < bytes; ++i)
+            out.append(char((v >> (8 * i)) & 0xFF));
+        return out;
+    };
+    const auto shorts = [&](std::initializer_list<quint16> values) {
+        QByteArray out;
+        for (quint16 v : values)
+            out += le(v, 2);
+        return Entry {0, 3, quint32(values.size()), out};
+    };
+    const auto ascii = [](const QByteArray &text) { return Entry {0, 2, quint32(text.size() + 1), text + '\0'}; };
+    const auto tagged = [](quint16 tag, Entry entry) {
+        entry.tag = tag;
+        return entry;
+    };
+    QByteArray colorMatrix; // identity, as signed rationals
+    for (int i = 0; i < 9; ++i)
+        colorMatrix += le(i % 4 == 0 ? 1 : 0, 4) + le(1, 4);
+    const quint32 stripBytes = width * height * 2;
+    QList<Entry> entries {
+        {254, 4, 1, le(0, 4)},
+        {256, 4, 1, le(width, 4)},
+        {257, 4, 1, le(height, 4)},
+        tagged(258, shorts({16})),
+        tagged(259, shorts({1})),
+        tagged(262, shorts({32803})), // colour filter array
+        tagged(271, ascii(make)),
+        tagged(272, ascii(model)),
+        {273, 4, 1, {}}, // the strip's offset, filled in below
+        tagged(274, shorts({orientation})),
+        tagged(277, shorts({1})),
+        {278, 4, 1, le(height, 4)},
+        {279, 4, 1, le(stripBytes, 4)},
+        tagged(284, shorts({1})),
+        tagged(306, ascii("2024:05:06 07:08:09")),
+        tagged(33421, shorts({2, 2})),
+        {33422, 1, 4, QByteArray("\x00\x01\x01\x02", 4)}, // RGGB
+        {50706, 1, 4, QByteArray("\x01\x04\x00\x00", 4)},
+        tagged(50708, ascii(make + ' ' + model)),
+        {50721, 10, 9, colorMatrix},
+        tagged(50778, shorts({21})),
+    };
+    const quint32 ifdSize = 2 + quint32(entries.size()) * 12 + 4;
+    quint32 dataOffset = 8 + ifdSize;
+    for (const Entry &entry : entries)
+        dataOffset += entry.value.size() > 4 ? quint32(entry.value.size() + (entry.value.size() & 1)) : 0;
+    entries[8].value = le(dataOffset, 4);
+
+    QByteArray ifd = le(quint64(entries.size()), 2);
+    QByteArray data;
+    for (const Entry &entry : entries) {
+        ifd += le(entry.tag, 2) + le(entry.type, 2) + le(entry.count, 4);
+        if (entry.value.size() <= 4) {
+            ifd += entry.value + QByteArray(4 - entry.value.size(), '\0');
+        } else {
+            ifd += le(8 + ifdSize + quint32(data.size()), 4);
+            data += entry.value;
+            if (data.size() & 1)
+                data += '\0';
+        }
+    }
+    ifd += le(0, 4);
+    QByteArray samples;
+    samples.reserve(qsizetype(stripBytes));
+    for (quint32 y = 0; y < height; ++y) {
+        for (quint32 x = 0; x < width; ++x)
+            samples += le((x * 4096 / width + y * 8192 / height) & 0xFFFF, 2);
+    }
+    return write(path, QByteArray("II*\0", 4) + le(8, 4) + ifd + data + samples);
+}
+
 // A PDF with one line of text per page. Qt writes no author; `authors` goes in as the creator, whose
 // key is then renamed in place (same length, so the cross-reference offsets stay right).
 inline bool pdf(const QString &path, const QString &title, const QStringList &pageTexts, const QString &authors = {})

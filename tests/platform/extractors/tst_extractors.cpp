@@ -97,6 +97,33 @@ private Q_SLOTS:
         QCOMPARE(value(got, MDAttribute::acquisitionModel).toString(), u"iPhone 15 Pro"_s);
     }
 
+    void cameraRaw()
+    {
+        // Turned 90° on the camera: the stored 96×64 shows as 64×96.
+        TestHome home;
+        const QString path = home.path(u"Pictures/IMG_0002.dng"_s);
+        QVERIFY(samples::dng(path, 96, 64, 6, "Canon", "Canon EOS R5"));
+        QCOMPARE(samples::factsOf(path).contentType, u"com.adobe.raw-image"_s);
+        ExtractedAttributes got = extract(path);
+        QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), 64);
+        QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 96);
+        QCOMPARE(value(got, MDAttribute::acquisitionMake).toString(), u"Canon"_s);
+        QCOMPARE(value(got, MDAttribute::acquisitionModel).toString(), u"Canon EOS R5"_s);
+        QCOMPARE(value(got, MDAttribute::contentCreationDate).toDateTime(), utc(2024, 5, 6, 5, 8, 9));
+
+        // The model alone names no maker (libraw spells makers its own way); a file cut short gives no
+        // size rather than a wrong one.
+        QVERIFY(samples::dng(path, 96, 64, 1, "PENTAX", "K-1"));
+        got = extract(path);
+        QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), 96);
+        QCOMPARE(value(got, MDAttribute::acquisitionMake).toString(), u"Pentax"_s);
+        QCOMPARE(value(got, MDAttribute::acquisitionModel).toString(), u"Pentax K-1"_s);
+        QFile file(path);
+        QVERIFY(file.resize(200));
+        got = extract(path);
+        QVERIFY(!got.contains(MDAttribute::pixelWidth.toString()));
+    }
+
     void screenCaptures()
     {
         TestHome home;
@@ -187,6 +214,17 @@ private Q_SLOTS:
         QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 240);
         QCOMPARE(value(got, MDAttribute::codecs).toStringList(), (QStringList {u"VP9"_s, u"Opus"_s}));
         QVERIFY(!got.contains(MDAttribute::contentCreationDate.toString()));
+
+        // Older files carry the turn as a "rotate" tag of the stream rather than a display matrix.
+        const QString tagged = home.path(u"Videos/tagged.mkv"_s);
+        QVERIFY2(samples::run(u"ffmpeg"_s,
+                     {u"-v"_s, u"error"_s, u"-y"_s, u"-f"_s, u"lavfi"_s, u"-i"_s, u"testsrc=size=320x240:rate=10:duration=1"_s, u"-c:v"_s, u"mpeg4"_s,
+                         u"-metadata:s:v:0"_s, u"ROTATE=-90"_s, tagged},
+                     &error),
+            qPrintable(error));
+        got = extract(tagged);
+        QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), 240);
+        QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 320);
     }
 
     void pdf()

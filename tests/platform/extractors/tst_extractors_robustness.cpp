@@ -84,6 +84,7 @@ private Q_SLOTS:
                     u"set Xmp.xmp.CreatorTool ksnip"_s},
                 &error));
         add(u"shot.png"_s, samples::png(at(u"shot.png"_s), 40, 30, u"gnome-screenshot"_s));
+        add(u"raw.dng"_s, samples::dng(at(u"raw.dng"_s), 48, 32, 6, "Canon", "Canon EOS R5"));
         add(u"song.wav"_s, samples::audio(at(u"song.wav"_s), {u"artist=A"_s, u"album=B"_s}, &error));
         add(u"song.flac"_s, samples::audio(at(u"song.flac"_s), {u"artist=A"_s, u"title=T"_s}, &error));
         add(u"song.mp3"_s, samples::audio(at(u"song.mp3"_s), {u"artist=A"_s, u"genre=G"_s}, &error));
