@@ -4,6 +4,7 @@
 #include "files/FileManager.h"
 #include "files/RecentlyUsed.h"
 #include "files/Trash.h"
+#include "search/LibraryStore.h"
 #include "state/AppState.h"
 
 #include <QCoreApplication>
@@ -89,12 +90,13 @@ void FileActions::trash(const QList<FileItem> &items, TrashCompletion completion
     });
 }
 
-void FileActions::trashFromMenu(const QList<FileItem> &items, AppState &state)
+void FileActions::trashFromMenu(const QList<FileItem> &items, LibraryStore &library, AppState &state)
 {
-    trash(items, [state = QPointer<AppState>(&state)](const QSet<QUrl> &moved) {
+    trash(items, [library = QPointer<LibraryStore>(&library), state = QPointer<AppState>(&state)](const QSet<QUrl> &moved) {
+        if (library)
+            library->remove(moved);
         if (!state)
             return;
-        // LibraryStore::remove(moved) comes first here once the library store exists.
         QSet<QUrl> marks = state->selectedFiles();
         marks.subtract(moved);
         state->setSelectedFiles(marks);

@@ -11,6 +11,7 @@
 #include <memory>
 
 class AppState;
+class LibraryStore;
 
 // What can be done to files from anywhere they are shown. Stateless; every operation starts on the
 // main thread, and file operations that fail stay silent.
@@ -32,8 +33,8 @@ using TrashCompletion = std::function<void(const QSet<QUrl> &moved)>;
 // Moves the items to the Trash in the background and reports exactly the URLs that moved. The
 // completion always runs, later, on the main thread, also when nothing moved.
 void trash(const QList<FileItem> &items, TrashCompletion completion);
-// The context menu's trash: afterwards the moved files leave the marks, the focused item goes if it
-// moved, and the refresh token rises, whatever moved.
-void trashFromMenu(const QList<FileItem> &items, AppState &state);
+// The context menu's trash: afterwards the moved files leave the library's lists and the marks, the
+// focused item goes if it moved, and the refresh token rises, whatever moved.
+void trashFromMenu(const QList<FileItem> &items, LibraryStore &library, AppState &state);
 
 } // namespace FileActions

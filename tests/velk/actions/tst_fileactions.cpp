@@ -3,9 +3,12 @@
 #include "Settings.h"
 #include "TestHome.h"
 #include "files/RecentlyUsed.h"
+#include "mdindex/MetadataIndex.h"
+#include "search/LibraryStore.h"
 #include "state/AppState.h"
 
 #include <QClipboard>
+#include <QCoro/QCoroTask>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDesktopServices>
@@ -350,23 +353,35 @@ void TestFileActions::trashFromMenu()
 {
     Settings settings;
     AppState state(settings);
-    const FileItem a = itemAt(m_home->file(u"a.txt"_s));
-    const FileItem b = itemAt(m_home->file(u"b.txt"_s));
-    const FileItem gone = itemAt(m_home->path(u"gone.txt"_s));
+    const FileItem a = itemAt(m_home->file(u"Menu/a.pdf"_s, "%PDF-1.4"));
+    const FileItem b = itemAt(m_home->file(u"Menu/b.pdf"_s, "%PDF-1.4"));
+    const FileItem gone = itemAt(m_home->path(u"Menu/gone.pdf"_s));
+    mdindex::MetadataIndex::Options options;
+    options.storePath = m_home->path(u".cache/velk/index.sqlite"_s);
+    options.roots = {m_home->path(u"Menu"_s)};
+    mdindex::MetadataIndex index(options);
+    QVERIFY(index.open());
+    index.update();
+    LibraryStore library(index, {QUrl::fromLocalFile(m_home->path(u"Menu"_s))});
+    const SidebarItem documents = SidebarItem::category(FileCategory::documents);
+    QCOMPARE(QCoro::waitFor(library.result(documents, 0)).totalCount, 2);
     state.setSelectedFiles({a.url, b.url, gone.url});
     state.setFocusedItem(a);
     const int token = state.refreshToken();
 
-    FileActions::trashFromMenu({a, gone}, state);
+    FileActions::trashFromMenu({a, gone}, library, state);
     QCOMPARE(state.refreshToken(), token);
     QTRY_COMPARE(state.refreshToken(), token + 1);
+    // The lists lose what moved before anything reloads.
+    QCOMPARE(library.collection(documents)->totalCount, 1);
+    QCOMPARE(library.collection(documents)->items, QList<FileItem> {b});
     // Only what moved leaves the marks; the focused file moved, so it goes.
     QCOMPARE(state.selectedFiles(), (QSet<QUrl> {b.url, gone.url}));
     QVERIFY(!state.focusedItem());
 
     // Nothing moved: the marks and the focus stay, and the lists still reload.
     state.setFocusedItem(b);
-    FileActions::trashFromMenu({gone}, state);
+    FileActions::trashFromMenu({gone}, library, state);
     QTRY_COMPARE(state.refreshToken(), token + 2);
     QCOMPARE(state.selectedFiles(), (QSet<QUrl> {b.url, gone.url}));
     QCOMPARE(state.focusedItem(), std::optional(b));
