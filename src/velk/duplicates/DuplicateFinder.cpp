@@ -101,26 +101,23 @@ qint64 DuplicateFinder::extraCopies() const
     return count;
 }
 
-// The coroutines only wait on futures made in statements of their own: GCC 12 destroys a lambda
-// with captures twice when it is made inside a co_await, which rules out Spotlight::run for now. The
-// candidates come from the same query through Spotlight::collect on a worker thread.
+// The coroutines only wait on tasks and futures made in statements of their own: GCC 12 destroys a
+// lambda with captures twice when it is made inside a co_await.
 QCoro::Task<> DuplicateFinder::scan(QList<QUrl> scopes)
 {
     if (m_phase.isRunning())
         co_return;
     setPhase({Phase::gathering});
-    QFuture<SpotlightResult> gathering = gather(DuplicateScanner::exactCandidates(), std::move(scopes));
+    QCoro::Task<SpotlightResult> gathering = gather(DuplicateScanner::exactCandidates(), std::move(scopes));
     SpotlightResult candidates = co_await gathering;
     QFuture<QList<DuplicateGroup>> hashing = startHashing(candidates);
     QList<DuplicateGroup> groups = co_await hashing;
     finishScan(groups);
 }
 
-QFuture<SpotlightResult> DuplicateFinder::gather(const DuplicateScanner::CandidateQuery &query, QList<QUrl> scopes)
+QCoro::Task<SpotlightResult> DuplicateFinder::gather(const DuplicateScanner::CandidateQuery &query, QList<QUrl> scopes)
 {
-    return QtConcurrent::run([&index = m_index, query, scopes = std::move(scopes)] {
-        return Spotlight::collect(index, query.query, scopes, query.sortKey, query.limit, query.accept);
-    });
+    return Spotlight::run(m_index, query.query, std::move(scopes), query.sortKey, query.limit, query.accept);
 }
 
 QFuture<QList<DuplicateGroup>> DuplicateFinder::startHashing(const SpotlightResult &candidates)
@@ -156,7 +153,7 @@ QCoro::Task<> DuplicateFinder::scanSimilar(QList<QUrl> scopes)
     if (m_similarPhase.isRunning())
         co_return;
     setSimilarPhase({Phase::gathering});
-    QFuture<SpotlightResult> gathering = gather(DuplicateScanner::similarCandidates(), std::move(scopes));
+    QCoro::Task<SpotlightResult> gathering = gather(DuplicateScanner::similarCandidates(), std::move(scopes));
     SpotlightResult candidates = co_await gathering;
     QFuture<QList<DuplicateGroup>> analysing = startAnalysing(candidates);
     QList<DuplicateGroup> groups = co_await analysing;

@@ -94,7 +94,7 @@ private:
     QVariant similarValue() const { return QVariant::fromValue(m_similar); }
     QDateTime lastScanValue() const { return m_lastScan.value_or(QDateTime()); }
 
-    QFuture<SpotlightResult> gather(const DuplicateScanner::CandidateQuery &query, QList<QUrl> scopes);
+    QCoro::Task<SpotlightResult> gather(const DuplicateScanner::CandidateQuery &query, QList<QUrl> scopes);
     QFuture<QList<DuplicateGroup>> startHashing(const SpotlightResult &candidates);
     void finishScan(const QList<DuplicateGroup> &groups);
     QFuture<QList<DuplicateGroup>> startAnalysing(const SpotlightResult &candidates);
