@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestIndex.h"
 #include "cleanup/CleanupStore.h"
 #include "mdindex/MetadataIndex.h"
 
@@ -15,14 +15,6 @@ using namespace Qt::StringLiterals;
 using mdindex::MetadataIndex;
 
 namespace {
-
-MetadataIndex::Options optionsFor(const TestHome &home)
-{
-    MetadataIndex::Options options;
-    options.storePath = home.path(u".cache/velk/index.sqlite"_s);
-    options.roots = {home.root(), home.path(u".local/share/applications"_s)};
-    return options;
-}
 
 QStringList names(const std::optional<SpotlightResult> &result)
 {
@@ -120,7 +112,7 @@ private Q_SLOTS:
     void firstLoad()
     {
         Fixture f;
-        MetadataIndex index(optionsFor(f.home));
+        MetadataIndex index(indexOptions(f.home));
         QVERIFY(index.open());
         index.update();
         // The index reads the recently used list when it opens and when the list changes, so files
@@ -175,7 +167,7 @@ private Q_SLOTS:
     void tokens()
     {
         Fixture f;
-        MetadataIndex index(optionsFor(f.home));
+        MetadataIndex index(indexOptions(f.home));
         QVERIFY(index.open());
         index.update();
         CleanupStore store(index);
@@ -204,7 +196,7 @@ private Q_SLOTS:
     void removeTakesFilesOutOfEveryList()
     {
         Fixture f;
-        MetadataIndex index(optionsFor(f.home));
+        MetadataIndex index(indexOptions(f.home));
         QVERIFY(index.open());
         index.update();
         CleanupStore store(index);
@@ -240,7 +232,7 @@ private Q_SLOTS:
             TestHome::setModified(path, old);
             total += i;
         }
-        MetadataIndex index(optionsFor(home));
+        MetadataIndex index(indexOptions(home));
         QVERIFY(index.open());
         index.update();
         CleanupStore store(index);

@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/LibraryStore.h"
 #include "text/TextIndex.h"
@@ -84,17 +84,9 @@ struct Fixture {
             "\x7f"
             "ELF");
         home.file(u".local/share/applications/editor.desktop"_s, "[Desktop Entry]\nType=Application\nName=Editor\nExec=true\n");
-        index = std::make_unique<MetadataIndex>(options());
+        index = std::make_unique<MetadataIndex>(indexOptions(home));
         index->open();
         index->update();
-    }
-
-    MetadataIndex::Options options() const
-    {
-        MetadataIndex::Options options;
-        options.storePath = home.path(u".cache/velk/index.sqlite"_s);
-        options.roots = {home.root(), home.path(u".local/share/applications"_s)};
-        return options;
     }
 };
 

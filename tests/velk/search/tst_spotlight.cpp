@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/Spotlight.h"
 
@@ -9,14 +9,6 @@ using namespace Qt::StringLiterals;
 using mdindex::MetadataIndex;
 
 namespace {
-
-MetadataIndex::Options optionsFor(const TestHome &home)
-{
-    MetadataIndex::Options options;
-    options.storePath = home.path(u".cache/velk/index.sqlite"_s);
-    options.roots = {home.root(), home.path(u".local/share/applications"_s)};
-    return options;
-}
 
 QStringList names(const SpotlightResult &result)
 {
@@ -38,7 +30,7 @@ private Q_SLOTS:
         TestHome home;
         for (int i = 1; i <= 5; ++i)
             home.sparseFile(u"Videos/clip%1.mp4"_s.arg(i), i * 1'000'000);
-        MetadataIndex index(optionsFor(home));
+        MetadataIndex index(indexOptions(home));
         QVERIFY(index.open());
         index.update();
 
@@ -89,7 +81,7 @@ private Q_SLOTS:
         TestHome home;
         home.file(u".local/share/applications/org.example.Editor.desktop"_s, "[Desktop Entry]\nType=Application\nName=Editor\nExec=editor\n");
         home.file(u".config/hidden.desktop"_s, "[Desktop Entry]\nType=Application\nName=Hidden\nExec=x\n");
-        MetadataIndex index(optionsFor(home));
+        MetadataIndex index(indexOptions(home));
         QVERIFY(index.open());
         index.update();
         const SpotlightResult apps = Spotlight::collect(index, u"(kMDItemContentTypeTree == 'com.apple.application-bundle')"_s, {}, {}, 10);
@@ -101,7 +93,7 @@ private Q_SLOTS:
     {
         TestHome home;
         home.file(u"Documents/report.pdf"_s, "%PDF-1.4\n%%EOF\n");
-        MetadataIndex index(optionsFor(home));
+        MetadataIndex index(indexOptions(home));
         QVERIFY(index.open());
         index.update();
         const QString query = u"kMDItemFSName == \"*report*\"cd"_s;
@@ -123,7 +115,7 @@ private Q_SLOTS:
         QCOMPARE(kept.totalCount, 1);
 
         // An index that could not be opened refuses every query.
-        MetadataIndex closed(optionsFor(home));
+        MetadataIndex closed(indexOptions(home));
         QCOMPARE(QCoro::waitFor(Spotlight::run(closed, query, {}, {}, 10)), SpotlightResult::empty());
     }
 
@@ -132,7 +124,7 @@ private Q_SLOTS:
         TestHome home;
         for (int i = 0; i < 2000; ++i)
             home.file(u"Many/file%1.txt"_s.arg(i));
-        MetadataIndex index(optionsFor(home));
+        MetadataIndex index(indexOptions(home));
         QVERIFY(index.open());
         index.update();
         SpotlightCancellation cancellation;

@@ -1,6 +1,6 @@
 #include "ExtendedAttributes.h"
 #include "MetadataRecord.h"
-#include "TestHome.h"
+#include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/Spotlight.h"
 #include "sources/SourceStore.h"
@@ -31,18 +31,10 @@ public:
     }
 };
 
-MetadataIndex::Options optionsFor(const TestHome &home)
-{
-    MetadataIndex::Options options;
-    options.storePath = home.path(u".cache/velk/index.sqlite"_s);
-    options.roots = {home.root()};
-    return options;
-}
-
 struct Fixture {
     TestHome home;
     bool stamped = true;
-    MetadataIndex index {optionsFor(home)};
+    MetadataIndex index {indexOptions(home)};
 
     // A file downloaded from `origin` (and `referrer`), changed `daysAgo` days ago.
     QString download(const QString &name, const QByteArray &origin, int daysAgo, const QByteArray &referrer = {})
