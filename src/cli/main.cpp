@@ -30,21 +30,30 @@ void print(const QString &text, FILE *stream = stdout)
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
 }
 
-int update(mdindex::MetadataIndex &index)
+int update(mdindex::MetadataIndex &index, bool basicOnly)
 {
     const bool terminal = ::isatty(STDERR_FILENO);
     const QLocale locale;
+    // "Walking: …" while the walk runs, then "Extracting: N of M …" while file contents are read.
     const auto line = [&locale](const mdindex::UpdateProgress &p) {
-        return QStringLiteral("Indexing: %1 folders, %2 entries (%3 new, %4 "
-                              "changed, %5 removed)")
-            .arg(locale.toString(p.folders), locale.toString(p.entries), locale.toString(p.added), locale.toString(p.changed), locale.toString(p.removed));
+        const QString walked = QStringLiteral("%1 folders, %2 entries (%3 new, %4 changed, %5 removed)")
+                                   .arg(locale.toString(p.folders), locale.toString(p.entries), locale.toString(p.added), locale.toString(p.changed),
+                                       locale.toString(p.removed));
+        if (!p.extracting)
+            return QStringLiteral("Walking: ") + walked;
+        return QStringLiteral("Extracting: %1 of %2 files; walked %3").arg(locale.toString(p.extracted), locale.toString(p.toExtract), walked);
     };
     const auto progress = [&](const mdindex::UpdateProgress &p) {
         if (terminal)
             print(QLatin1Char('\r') + line(p) + QStringLiteral("\x1b[K"), stderr);
     };
-    const mdindex::UpdateProgress done = index.update(progress);
-    print((terminal ? QStringLiteral("\r") : QString()) + line(done) + (terminal ? QStringLiteral("\x1b[K\n") : QStringLiteral("\n")), stderr);
+    const mdindex::UpdateProgress done = basicOnly ? index.updateBasic(progress) : index.update(progress);
+    QString last = line(done);
+    if (basicOnly) {
+        const qint64 pending = index.pendingExtractions();
+        last += QStringLiteral("; %1 files to read on the next full update").arg(locale.toString(pending));
+    }
+    print((terminal ? QStringLiteral("\r") : QString()) + last + (terminal ? QStringLiteral("\x1b[K\n") : QStringLiteral("\n")), stderr);
     return 0;
 }
 
@@ -168,7 +177,8 @@ int main(int argc, char *argv[])
         {QStringLiteral("limit"), QStringLiteral("Print at most <n> results."), QStringLiteral("n")},
         {QStringLiteral("count"), QStringLiteral("Print only the number of results.")},
         {QStringLiteral("json"), QStringLiteral("Print results as JSON.")},
-        {QStringLiteral("update"), QStringLiteral("Bring the index up to date.")},
+        {QStringLiteral("update"), QStringLiteral("Bring the index up to date: walk the folders, then read the contents of new and changed files.")},
+        {QStringLiteral("basic"), QStringLiteral("With --update: only walk (names, sizes, dates, kinds); contents are read by the next full update.")},
         {QStringLiteral("explain"), QStringLiteral("Show how the text was understood, and the query it becomes.")},
         {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
     });
@@ -201,7 +211,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     if (parser.isSet(QStringLiteral("update"))) {
-        update(index);
+        update(index, parser.isSet(QStringLiteral("basic")));
         if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("status")))
             return 0;
     }

@@ -9,6 +9,14 @@
 
 #include <sqlite3.h>
 
+#include <atomic>
+#include <cerrno>
+#include <memory>
+
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using mdindex::Catalog;
 using mdindex::MetadataIndex;
@@ -45,6 +53,58 @@ QStringList sorted(QStringList list)
     list.sort();
     return list;
 }
+
+// A real extractor for text files that counts the files it reads: the title is the first line.
+// It can set a stop flag once it has read a number of files, as someone ending an update would.
+class FirstLineTitle final : public mdindex::Extractor
+{
+public:
+    explicit FirstLineTitle(std::atomic<int> &reads, std::atomic<bool> *stop = nullptr, int stopAfter = 0)
+        : m_reads(reads)
+        , m_stop(stop)
+        , m_stopAfter(stopAfter)
+    {
+    }
+    bool wants(const mdindex::FileFacts &facts) const override { return !facts.isDirectory && facts.name.endsWith(u".txt"_s); }
+    void extract(const QString &path, const mdindex::FileFacts &, mdindex::ExtractedAttributes &into) const override
+    {
+        const int read = ++m_reads;
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly))
+            into.insert(MDAttribute::title.toString(), QString::fromUtf8(file.readLine()).trimmed());
+        if (m_stop && read >= m_stopAfter)
+            m_stop->store(true);
+    }
+
+private:
+    std::atomic<int> &m_reads;
+    std::atomic<bool> *m_stop;
+    int m_stopAfter;
+};
+
+// Notes the CPU and I/O priority of the thread that reads a file.
+class PriorityProbe final : public mdindex::Extractor
+{
+public:
+    PriorityProbe(std::atomic<int> &nice, std::atomic<int> &ioClass)
+        : m_nice(nice)
+        , m_ioClass(ioClass)
+    {
+    }
+    bool wants(const mdindex::FileFacts &facts) const override { return !facts.isDirectory; }
+    void extract(const QString &, const mdindex::FileFacts &, mdindex::ExtractedAttributes &) const override
+    {
+        const auto tid = pid_t(::syscall(SYS_gettid));
+        errno = 0;
+        m_nice = ::getpriority(PRIO_PROCESS, id_t(tid));
+        constexpr int ioprioWhoProcess = 1;
+        m_ioClass = int(::syscall(SYS_ioprio_get, ioprioWhoProcess, tid)) >> 13;
+    }
+
+private:
+    std::atomic<int> &m_nice;
+    std::atomic<int> &m_ioClass;
+};
 
 } // namespace
 
@@ -238,6 +298,125 @@ private Q_SLOTS:
         index.update({}, &stop);
         // A walk that was stopped removes nothing it did not get to see.
         QCOMPARE(hits(index, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
+    }
+
+    void walkFirstThenExtraction()
+    {
+        TestHome home;
+        for (const char *name : {"a", "b", "c"})
+            home.file(u"Notes/%1.txt"_s.arg(QLatin1StringView(name)), "title " + QByteArray(name) + "\nbody\n");
+        home.file(u"Notes/report.pdf"_s, kPdf);
+        std::atomic<int> reads = 0;
+        {
+            MetadataIndex index(optionsFor(home));
+            index.addExtractor(std::make_unique<FirstLineTitle>(reads));
+            QVERIFY(index.open());
+
+            // The walk alone: basic attributes answer, the contents are not read yet.
+            const auto walked = index.updateBasic();
+            QVERIFY(walked.added >= 5); // and the hidden folders of the test home
+            QCOMPARE(reads.load(), 0);
+            QCOMPARE(index.pendingExtractions(), 3);
+            QCOMPARE(hits(index, home, u"kMDItemFSName == 'b.txt' && kMDItemFSSize == 13"_s), QStringList {u"Notes/b.txt"_s});
+            QCOMPARE(hits(index, home, u"kMDItemTitle == *"_s), QStringList());
+
+            const auto extraction = index.extractPending();
+            QVERIFY(extraction.extracting);
+            QCOMPARE(extraction.toExtract, 3);
+            QCOMPARE(extraction.extracted, 3);
+            QCOMPARE(reads.load(), 3);
+            QCOMPARE(index.pendingExtractions(), 0);
+            QCOMPARE(hits(index, home, u"kMDItemTitle == 'title b'"_s), QStringList {u"Notes/b.txt"_s});
+
+            // Nothing changed: nothing is read again.
+            const auto again = index.update();
+            QCOMPARE(again.toExtract, 0);
+            QCOMPARE(reads.load(), 3);
+        }
+        // Nor after a restart; the attributes come from the store.
+        MetadataIndex reopened(optionsFor(home));
+        reopened.addExtractor(std::make_unique<FirstLineTitle>(reads));
+        QVERIFY(reopened.open());
+        QCOMPARE(sorted(hits(reopened, home, u"kMDItemTitle == 'title*'"_s)), (QStringList {u"Notes/a.txt"_s, u"Notes/b.txt"_s, u"Notes/c.txt"_s}));
+        reopened.update();
+        QCOMPARE(reads.load(), 3);
+    }
+
+    void stoppedExtractionResumes()
+    {
+        TestHome home;
+        for (int i = 0; i < 8; ++i)
+            home.file(u"Notes/%1.txt"_s.arg(i), "note " + QByteArray::number(i));
+        std::atomic<int> reads = 0;
+        std::atomic<bool> stop = false;
+        int readBefore = 0;
+        {
+            MetadataIndex index(optionsFor(home));
+            index.addExtractor(std::make_unique<FirstLineTitle>(reads, &stop, 2));
+            QVERIFY(index.open());
+            const auto progress = index.update({}, &stop);
+            QVERIFY(progress.extracting);
+            readBefore = reads.load();
+            // The threads end after the file each is reading.
+            QVERIFY2(readBefore >= 2 && readBefore < 8, qPrintable(QString::number(readBefore)));
+            QCOMPARE(progress.extracted, readBefore);
+            QCOMPARE(index.pendingExtractions(), 8 - readBefore);
+            QCOMPARE(hits(index, home, u"kMDItemTitle == *"_s).size(), readBefore);
+        }
+        // The next start reads the rest, and only the rest.
+        MetadataIndex index(optionsFor(home));
+        index.addExtractor(std::make_unique<FirstLineTitle>(reads));
+        QVERIFY(index.open());
+        const auto progress = index.update();
+        QCOMPARE(progress.added, 0);
+        QCOMPARE(progress.toExtract, 8 - readBefore);
+        QCOMPARE(reads.load(), 8);
+        QCOMPARE(hits(index, home, u"kMDItemTitle == 'note*'"_s).size(), 8);
+    }
+
+    void fileChangedWhileQueuedIsReadForItsNewContents()
+    {
+        TestHome home;
+        const QString plan = home.file(u"plan.txt"_s, "first draft\n", QDateTime(QDate(2024, 1, 2), QTime(3, 4), Qt::UTC));
+        std::atomic<int> reads = 0;
+        MetadataIndex index(optionsFor(home));
+        index.addExtractor(std::make_unique<FirstLineTitle>(reads));
+        QVERIFY(index.open());
+        index.updateBasic();
+        QCOMPARE(index.pendingExtractions(), 1);
+
+        // Changed after the walk queued it, before it was read.
+        home.file(u"plan.txt"_s, "second draft, longer\n", QDateTime(QDate(2025, 5, 6), QTime(7, 8), Qt::UTC));
+        index.extractPending();
+        QCOMPARE(reads.load(), 1);
+        QCOMPARE(hits(index, home, u"kMDItemTitle == 'second draft*' && kMDItemFSSize == 21 && kMDItemFSContentChangeDate > $time.iso(2025-01-01)"_s),
+            QStringList {u"plan.txt"_s});
+        // Recorded for the new modification time: the next update does not read it again.
+        const auto progress = index.update();
+        QCOMPARE(progress.changed, 0);
+        QCOMPARE(reads.load(), 1);
+        MetadataIndex reopened(optionsFor(home));
+        QVERIFY(reopened.open());
+        QCOMPARE(hits(reopened, home, u"kMDItemTitle == 'second*'"_s), QStringList {u"plan.txt"_s});
+    }
+
+    void politeIndexReadsAtLowPriority()
+    {
+        TestHome home;
+        home.file(u"plan.txt"_s, "draft");
+        std::atomic<int> nice = -100;
+        std::atomic<int> ioClass = -1;
+        const int ownNice = ::getpriority(PRIO_PROCESS, id_t(::syscall(SYS_gettid)));
+        auto options = optionsFor(home);
+        options.polite = true;
+        MetadataIndex index(options);
+        index.addExtractor(std::make_unique<PriorityProbe>(nice, ioClass));
+        QVERIFY(index.open());
+        index.update();
+        // nice 19 and the idle I/O class (3), on the extraction thread only.
+        QCOMPARE(nice.load(), 19);
+        QCOMPARE(ioClass.load(), 3);
+        QCOMPARE(::getpriority(PRIO_PROCESS, id_t(::syscall(SYS_gettid))), ownNice);
     }
 };
 

@@ -178,11 +178,40 @@ void Catalog::update(Row row, const FileFacts &facts, const ExtractedAttributes 
     r.createdMs = facts.createdMs.value_or(noTime);
     r.inode = facts.inode;
     r.type = typeIndex(facts.contentType);
-    r.flags = quint8((r.flags & (AsciiName | Removed)) | (facts.isDirectory ? Directory : 0) | (facts.isSymlink ? Symlink : 0));
+    r.flags = quint8((r.flags & (AsciiName | Removed | Pending)) | (facts.isDirectory ? Directory : 0) | (facts.isSymlink ? Symlink : 0));
+    setExtracted(row, extracted);
+}
+
+void Catalog::updateFacts(Row row, const FileFacts &facts)
+{
+    const auto it = m_extracted.find(row);
+    update(row, facts, it == m_extracted.end() ? ExtractedAttributes() : it->second);
+}
+
+void Catalog::setExtracted(Row row, const ExtractedAttributes &extracted)
+{
     if (extracted.isEmpty())
         m_extracted.erase(row);
     else
         m_extracted[row] = extracted;
+}
+
+void Catalog::setPending(Row row, bool pending)
+{
+    if (pending)
+        m_rows[row].flags |= Pending;
+    else
+        m_rows[row].flags &= quint8(~Pending);
+}
+
+std::vector<Catalog::Row> Catalog::pendingRows() const
+{
+    std::vector<Row> rows;
+    for (size_t row = 0; row < m_rows.size(); ++row) {
+        if ((m_rows[row].flags & (Pending | Removed)) == Pending)
+            rows.push_back(Row(row));
+    }
+    return rows;
 }
 
 std::vector<qint64> Catalog::remove(Row row)

@@ -38,6 +38,20 @@ struct FileFacts {
 // Attributes read from a file's contents by the extractors, by attribute name.
 using ExtractedAttributes = QHash<QString, QVariant>;
 
+// A stamp of the facts a file's contents were read for (size, modification and change time, inode):
+// the store keeps it beside the extracted attributes, so that a file is read again only when one of
+// them moved, and extraction cut short by a kill resumes where it stopped. Never 0.
+inline qint64 extractionStamp(const FileFacts &facts)
+{
+    quint64 h = 0x9E3779B97F4A7C15ull;
+    for (const quint64 v : {quint64(facts.size), quint64(facts.modifiedMs), quint64(facts.changedMs), facts.inode}) {
+        h ^= v + 0x9E3779B97F4A7C15ull + (h << 6) + (h >> 2);
+        h *= 0xBF58476D1CE4E5B9ull;
+        h ^= h >> 31;
+    }
+    return h == 0 ? 1 : qint64(h);
+}
+
 // Every indexed file and folder, in memory, as compact columns: one row per entry, the names in one
 // text arena (as written and folded for case- and diacritic-insensitive matching), a row's path
 // rebuilt from its parent chain. Rows are never moved; removal leaves a tombstone until the next
@@ -56,6 +70,15 @@ public:
     Row add(qint64 id, Row parent, const FileFacts &facts, const ExtractedAttributes &extracted = {});
     // Updates the facts of an existing row; the name and parent stay.
     void update(Row row, const FileFacts &facts, const ExtractedAttributes &extracted);
+    // Updates the facts and keeps what was extracted before (until the contents are read again).
+    void updateFacts(Row row, const FileFacts &facts);
+    void setExtracted(Row row, const ExtractedAttributes &extracted);
+    // Whether the contents of a file still have to be read for its current facts: set by the walk
+    // for new and changed files some extractor wants, cleared when their attributes are in.
+    bool isPending(Row row) const { return m_rows[row].flags & Pending; }
+    void setPending(Row row, bool pending);
+    // Every live row that is pending, in row order.
+    std::vector<Row> pendingRows() const;
     // Removes a row and everything below it; returns the store ids removed.
     std::vector<qint64> remove(Row row);
 
@@ -100,7 +123,7 @@ public:
     qsizetype memoryUsage() const;
 
 private:
-    enum Flag : quint8 { Directory = 1, Symlink = 2, Removed = 4, AsciiName = 8 };
+    enum Flag : quint8 { Directory = 1, Symlink = 2, Removed = 4, AsciiName = 8, Pending = 16 };
     struct RowData {
         qint64 id;
         qint64 size;

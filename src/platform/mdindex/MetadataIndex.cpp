@@ -1,5 +1,6 @@
 #include "MetadataIndex.h"
 
+#include "BackgroundPriority.h"
 #include "Query.h"
 #include "RecentlyUsed.h"
 #include "Store.h"
@@ -11,30 +12,19 @@
 #include <QFileInfo>
 #include <QSet>
 
-#include <condition_variable>
+#include <algorithm>
 #include <cstdio>
-#include <deque>
 #include <thread>
-
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace mdindex {
 
 namespace {
 
     constexpr size_t kWritesPerTransaction = 4000;
-
-    // Background walks should not be felt: lowest CPU priority and the idle I/O class for this thread.
-    void becomePolite()
-    {
-        const auto tid = pid_t(::syscall(SYS_gettid));
-        ::setpriority(PRIO_PROCESS, id_t(tid), 19);
-        constexpr int ioprioClassIdle = 3;
-        constexpr int ioprioWhoProcess = 1;
-        ::syscall(SYS_ioprio_set, ioprioWhoProcess, tid, ioprioClassIdle << 13);
-    }
+    // Extracted files are committed in batches: this many, or after this long, or this much text.
+    constexpr size_t kExtractedPerBatch = 64;
+    constexpr qint64 kBatchMs = 500;
+    constexpr qsizetype kBatchTextChars = 8 * 1024 * 1024;
 
     bool sameFacts(const FileFacts &a, const FileFacts &b)
     {
@@ -63,9 +53,6 @@ struct MetadataIndex::Walk {
     std::vector<quint8> seen; // guarded by the catalog's write lock
     const std::atomic<bool> *stop = nullptr;
 
-    std::mutex storeMutex;
-    std::vector<Store::Row> writes;
-
     std::mutex progressMutex;
     UpdateProgress progress;
     std::function<void(const UpdateProgress &)> report;
@@ -86,9 +73,28 @@ MetadataIndex::MetadataIndex(Options options)
 {
 }
 
+// The contents of one file as an extraction thread read them, waiting to be committed.
+struct MetadataIndex::Extracted {
+    Catalog::Row row;
+    qint64 id;
+    // The facts the catalog had when the file was taken, and those it was read for: they differ
+    // when the file changed after the walk saw it.
+    FileFacts known;
+    FileFacts facts;
+    ExtractedAttributes attributes;
+    QString text;
+};
+
 MetadataIndex::~MetadataIndex()
 {
     stopWatching();
+    {
+        std::lock_guard guard(m_queueMutex);
+        m_quitExtraction = true;
+    }
+    m_queueWake.notify_all();
+    for (auto &thread : m_extractionThreads)
+        thread.join();
 }
 
 QStringList MetadataIndex::defaultRoots()
@@ -144,7 +150,12 @@ bool MetadataIndex::open()
             }
             parent = it->second;
         }
-        rowOfId.emplace_back(stored.id, m_catalog.add(stored.id, parent, stored.facts, stored.extracted));
+        const Catalog::Row row = m_catalog.add(stored.id, parent, stored.facts, stored.extracted);
+        // A file whose contents were not read for its current facts (extraction was cut short) is
+        // read when extraction runs next.
+        if (!stored.facts.isDirectory && !stored.facts.isSymlink && stored.extractedFor != extractionStamp(stored.facts))
+            m_catalog.setPending(row, true);
+        rowOfId.emplace_back(stored.id, row);
     };
     if (!m_store->load(visit)) {
         m_catalog = Catalog();
@@ -208,6 +219,7 @@ qint64 MetadataIndex::textBytes() const
 
 QString MetadataIndex::lastUpdate() const
 {
+    std::lock_guard writer(m_writerMutex);
     return m_store ? m_store->meta(QStringLiteral("lastUpdate")) : QString();
 }
 
@@ -216,21 +228,22 @@ void MetadataIndex::addExtractor(std::unique_ptr<Extractor> extractor)
     m_extractors.push_back(std::move(extractor));
 }
 
-void MetadataIndex::flush(Walk &walk, bool force)
+void MetadataIndex::flush(bool force)
 {
+    if (!force) {
+        std::lock_guard guard(m_writesMutex);
+        if (m_writes.size() < kWritesPerTransaction)
+            return;
+    }
+    // One writer at a time, taking the writes in the order they were queued; the catalog lock is not
+    // held, so queries go on meanwhile.
+    std::lock_guard writer(m_writerMutex);
     std::vector<Store::Row> writes;
     {
-        std::lock_guard guard(walk.storeMutex);
-        if (!force && walk.writes.size() < kWritesPerTransaction)
-            return;
-        writes.swap(walk.writes);
+        std::lock_guard guard(m_writesMutex);
+        writes.swap(m_writes);
     }
-    if (writes.empty() || !m_store)
-        return;
-    // One writer at a time; the catalog lock is not held, so queries go on meanwhile.
-    static std::mutex writer;
-    std::lock_guard guard(writer);
-    if (!m_store->begin())
+    if (writes.empty() || !m_store || !m_store->begin())
         return;
     for (const Store::Row &row : writes) {
         if (row.facts.name.isNull())
@@ -247,7 +260,8 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
     if (!Crawler::list(path, device, entries))
         return;
 
-    // Which entries are new or changed: only those are typed and read.
+    // Which entries are new or changed: only those are typed, and queued for extraction where an
+    // extractor wants them. Their contents are not read here.
     std::vector<Catalog::Row> existing(entries.size(), Catalog::noRow);
     std::vector<quint8> fresh(entries.size(), 1);
     {
@@ -258,30 +272,23 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
                 fresh[i] = 0;
         }
     }
-    std::vector<ExtractedAttributes> extracted(entries.size());
-    std::vector<QString> texts(entries.size());
+    std::vector<quint8> wanted(entries.size(), 0);
     for (size_t i = 0; i < entries.size(); ++i) {
         if (!fresh[i])
             continue;
         FileFacts &facts = entries[i].facts;
         facts.contentType = Crawler::contentType(path, facts);
-        if (!facts.isDirectory && !facts.isSymlink) {
-            const QString filePath = path + QLatin1Char('/') + facts.name;
-            for (const auto &extractor : m_extractors) {
-                if (extractor->wants(facts))
-                    extractor->extract(filePath, facts, extracted[i]);
-            }
-            // The words inside a file go to the store's full-text table, not into memory.
-            texts[i] = extracted[i].take(MDAttribute::textContent.toString()).toString();
-        }
+        if (!facts.isDirectory && !facts.isSymlink)
+            wanted[i] = std::any_of(m_extractors.begin(), m_extractors.end(), [&facts](const auto &extractor) { return extractor->wants(facts); });
     }
 
     std::vector<Walk::Job> jobs;
-    std::vector<Store::Row> writes;
+    std::vector<Catalog::Row> toExtract;
     qint64 added = 0;
     qint64 changed = 0;
     {
         std::unique_lock lock(m_lock);
+        std::lock_guard writes(m_writesMutex);
         const qint64 parentId = m_catalog.id(row);
         for (size_t i = 0; i < entries.size(); ++i) {
             const WalkEntry &entry = entries[i];
@@ -292,27 +299,37 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
             Catalog::Row child = existing[i];
             bool isNew = false;
             if (child == Catalog::noRow || !m_catalog.isLive(child)) {
-                child = m_catalog.add(m_catalog.nextId(), row, entry.facts, extracted[i]);
+                child = m_catalog.add(m_catalog.nextId(), row, entry.facts);
                 ++added;
                 isNew = true;
                 walk.added.push_back(child);
             } else if (fresh[i]) {
-                m_catalog.update(child, entry.facts, extracted[i]);
+                // A changed file keeps what was read from it before until it is read again.
+                if (wanted[i])
+                    m_catalog.updateFacts(child, entry.facts);
+                else
+                    m_catalog.update(child, entry.facts, {});
                 ++changed;
             }
             walk.markSeen(child);
-            if (fresh[i])
-                writes.push_back({m_catalog.id(child), parentId, entry.facts, extracted[i], texts[i]});
+            if (fresh[i]) {
+                m_catalog.setPending(child, wanted[i]);
+                Store::Row write {m_catalog.id(child), parentId, entry.facts, {}, {}};
+                write.isNew = isNew;
+                if (wanted[i]) {
+                    write.factsOnly = true;
+                    toExtract.push_back(child);
+                } else {
+                    write.extractedFor = extractionStamp(entry.facts);
+                }
+                m_writes.push_back(std::move(write));
+            }
             if (entry.descend && (!walk.onlyNewFolders || isNew))
                 jobs.push_back({childPath, child, device});
         }
     }
-
-    {
-        std::lock_guard guard(walk.storeMutex);
-        walk.writes.insert(walk.writes.end(), std::make_move_iterator(writes.begin()), std::make_move_iterator(writes.end()));
-    }
-    flush(walk, false);
+    flush(false);
+    enqueue(toExtract);
 
     {
         std::lock_guard guard(walk.progressMutex);
@@ -334,6 +351,27 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
 }
 
 UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgress &)> &progress, const std::atomic<bool> *stop)
+{
+    UpdateProgress walked = updateBasic(progress, stop);
+    if (!m_open || (stop && stop->load()))
+        return walked;
+    const auto merged = [&walked](const UpdateProgress &extraction) {
+        UpdateProgress both = walked;
+        both.extracting = true;
+        both.toExtract = extraction.toExtract;
+        both.extracted = extraction.extracted;
+        return both;
+    };
+    const UpdateProgress extraction = extractPending(
+        [&](const UpdateProgress &p) {
+            if (progress)
+                progress(merged(p));
+        },
+        stop);
+    return merged(extraction);
+}
+
+UpdateProgress MetadataIndex::updateBasic(const std::function<void(const UpdateProgress &)> &progress, const std::atomic<bool> *stop)
 {
     if (!m_open)
         return {};
@@ -365,14 +403,17 @@ UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgre
             else
                 m_catalog.update(row, *facts, {});
             walk.markSeen(row);
-            walk.writes.push_back({m_catalog.id(row), 0, *facts, {}, {}});
+            Store::Row write {m_catalog.id(row), 0, *facts, {}, {}};
+            write.extractedFor = extractionStamp(*facts);
+            std::lock_guard writes(m_writesMutex);
+            m_writes.push_back(std::move(write));
             walk.jobs.push_back({root, row, facts->device});
         }
     }
 
     const auto worker = [this, &walk] {
         if (m_options.polite)
-            becomePolite();
+            BackgroundPriority::lowerCurrentThread();
         for (;;) {
             Walk::Job job;
             {
@@ -401,25 +442,264 @@ UpdateProgress MetadataIndex::update(const std::function<void(const UpdateProgre
     // What the walk did not see is gone, unless the walk was stopped before it could see it all.
     if (!walk.stopped()) {
         std::unique_lock lock(m_lock);
+        std::lock_guard writes(m_writesMutex);
         for (Catalog::Row row = 0; row < Catalog::Row(m_catalog.rowCount()); ++row) {
             if (!m_catalog.isLive(row) || (row < walk.seen.size() && walk.seen[row]))
                 continue;
             for (qint64 id : m_catalog.remove(row)) {
                 Store::Row removal;
                 removal.id = id;
-                walk.writes.push_back(std::move(removal));
+                m_writes.push_back(std::move(removal));
                 ++walk.progress.removed;
             }
         }
     }
-    flush(walk, true);
+    flush(true);
     // Files the walk added take their last used dates too.
     reloadLastUsed();
-    if (m_store)
+    if (m_store) {
+        std::lock_guard writer(m_writerMutex);
         m_store->setMeta(QStringLiteral("lastUpdate"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate));
+    }
     if (progress)
         progress(walk.progress);
     return walk.progress;
+}
+
+void MetadataIndex::enqueue(const std::vector<Catalog::Row> &rows)
+{
+    if (rows.empty())
+        return;
+    std::lock_guard guard(m_queueMutex);
+    for (const Catalog::Row row : rows) {
+        const size_t word = row / 64;
+        const quint64 bit = quint64(1) << (row % 64);
+        if (m_queuedBits.size() <= word)
+            m_queuedBits.resize(word + 1 + m_queuedBits.size() / 2, 0);
+        if (m_queuedBits[word] & bit)
+            continue;
+        m_queuedBits[word] |= bit;
+        m_queue.push_back(row);
+    }
+    m_queueWake.notify_all();
+}
+
+void MetadataIndex::enqueueAllPending()
+{
+    // Files the walk marked but nobody read yet: left by an earlier run that was stopped or killed,
+    // or skipped because they changed while being read.
+    std::vector<Catalog::Row> rows;
+    {
+        std::shared_lock lock(m_lock);
+        rows = m_catalog.pendingRows();
+    }
+    enqueue(rows);
+}
+
+void MetadataIndex::startExtractionThreads()
+{
+    std::lock_guard guard(m_queueMutex);
+    if (!m_extractionThreads.empty() || m_quitExtraction)
+        return;
+    const int count = m_options.extractionThreads > 0 ? m_options.extractionThreads : m_options.polite ? 1 : 2;
+    for (int i = 0; i < count; ++i)
+        m_extractionThreads.emplace_back([this] { extractionWorker(); });
+}
+
+bool MetadataIndex::extractionWanted() const
+{
+    return m_background || std::any_of(m_drainers.begin(), m_drainers.end(), [](const std::atomic<bool> *stop) { return !stop || !stop->load(); });
+}
+
+qint64 MetadataIndex::pendingExtractions() const
+{
+    std::shared_lock lock(m_lock);
+    return qint64(m_catalog.pendingRows().size());
+}
+
+void MetadataIndex::extractInBackground(bool on)
+{
+    if (on) {
+        enqueueAllPending();
+        startExtractionThreads();
+    }
+    std::lock_guard guard(m_queueMutex);
+    m_background = on;
+    m_queueWake.notify_all();
+}
+
+UpdateProgress MetadataIndex::extractPending(const std::function<void(const UpdateProgress &)> &progress, const std::atomic<bool> *stop)
+{
+    UpdateProgress p;
+    p.extracting = true;
+    if (!m_open)
+        return p;
+    enqueueAllPending();
+    {
+        std::lock_guard guard(m_queueMutex);
+        if (m_queue.empty() && m_inFlight == 0)
+            return p;
+    }
+    startExtractionThreads();
+    std::unique_lock guard(m_queueMutex);
+    const qint64 doneAtStart = m_extractedCount;
+    m_drainers.push_back(stop);
+    m_queueWake.notify_all();
+    const auto stopped = [stop] { return stop && stop->load(); };
+    for (;;) {
+        p.extracted = m_extractedCount - doneAtStart;
+        p.toExtract = p.extracted + qint64(m_queue.size()) + m_inFlight;
+        if ((m_queue.empty() && m_inFlight == 0) || stopped() || m_quitExtraction)
+            break;
+        m_queueIdle.wait_for(guard, std::chrono::milliseconds(100));
+        if (progress) {
+            guard.unlock();
+            progress(p);
+            guard.lock();
+        }
+    }
+    m_drainers.erase(std::find(m_drainers.begin(), m_drainers.end(), stop));
+    m_queueWake.notify_all();
+    // Stopped: what the pool is reading now is committed before this returns, unless the pool goes on
+    // in the background anyway.
+    m_queueIdle.wait(guard, [this] { return m_inFlight == 0 || extractionWanted(); });
+    p.extracted = m_extractedCount - doneAtStart;
+    p.toExtract = p.extracted + qint64(m_queue.size()) + m_inFlight;
+    guard.unlock();
+    if (progress)
+        progress(p);
+    return p;
+}
+
+std::optional<MetadataIndex::Extracted> MetadataIndex::extractRow(Catalog::Row row) const
+{
+    Extracted e;
+    e.row = row;
+    QString path;
+    {
+        std::shared_lock lock(m_lock);
+        if (!m_catalog.isLive(row) || !m_catalog.isPending(row))
+            return std::nullopt;
+        e.id = m_catalog.id(row);
+        e.known = m_catalog.facts(row);
+        path = m_catalog.path(row);
+    }
+    // The file as it is now: if it changed since the walk, it is read (and recorded) for its new facts.
+    // One that is gone or became something else is left to the walk that will notice.
+    const auto now = Crawler::stat(path);
+    if (!now || now->isDirectory || now->isSymlink)
+        return std::nullopt;
+    e.facts = e.known;
+    if (!sameFacts(*now, e.known)) {
+        e.facts = *now;
+        e.facts.name = e.known.name;
+        e.facts.contentType = Crawler::contentType(QFileInfo(path).path(), e.facts);
+    }
+    for (const auto &extractor : m_extractors) {
+        if (extractor->wants(e.facts))
+            extractor->extract(path, e.facts, e.attributes);
+    }
+    // The words inside a file go to the store's full-text table, not into memory.
+    e.text = e.attributes.take(MDAttribute::textContent.toString()).toString();
+    // Written to while being read: what came out may be a mix. It is read again once the walk or the
+    // watcher sees the change.
+    const auto after = Crawler::stat(path);
+    if (!after || !sameFacts(*after, e.facts))
+        return std::nullopt;
+    return e;
+}
+
+void MetadataIndex::commitExtracted(std::vector<Extracted> &batch, qint64 skipped)
+{
+    std::vector<Catalog::Row> again;
+    if (!batch.empty()) {
+        // The write lock only for the few rows of the batch; the store is written without it.
+        std::unique_lock lock(m_lock);
+        std::lock_guard writes(m_writesMutex);
+        for (Extracted &e : batch) {
+            if (!m_catalog.isLive(e.row) || m_catalog.id(e.row) != e.id)
+                continue;
+            // The walk saw a change while the file was being read: read it again for the new facts.
+            if (!sameFacts(m_catalog.facts(e.row), e.known)) {
+                again.push_back(e.row);
+                continue;
+            }
+            if (!sameFacts(e.known, e.facts) || e.known.contentType != e.facts.contentType)
+                m_catalog.updateFacts(e.row, e.facts);
+            m_catalog.setExtracted(e.row, e.attributes);
+            m_catalog.setPending(e.row, false);
+            const Catalog::Row parent = m_catalog.parent(e.row);
+            Store::Row write {e.id, parent == Catalog::noRow ? 0 : m_catalog.id(parent), e.facts, std::move(e.attributes), std::move(e.text)};
+            write.extractedFor = extractionStamp(e.facts);
+            m_writes.push_back(std::move(write));
+        }
+    }
+    if (!batch.empty())
+        flush(true);
+    bool notify = false;
+    {
+        std::lock_guard guard(m_queueMutex);
+        for (const Extracted &e : batch)
+            m_queuedBits[e.row / 64] &= ~(quint64(1) << (e.row % 64));
+        const qint64 done = qint64(batch.size()) + skipped;
+        m_inFlight -= done;
+        m_extractedCount += done;
+        notify = m_background && !batch.empty();
+        // Whoever waits looks again: for an empty queue, or (stopped) for nothing being read.
+        m_queueIdle.notify_all();
+    }
+    batch.clear();
+    enqueue(again);
+    if (notify && m_changed)
+        m_changed();
+}
+
+void MetadataIndex::extractionWorker()
+{
+    if (m_options.polite)
+        BackgroundPriority::lowerCurrentThread();
+    std::vector<Extracted> batch;
+    qint64 skipped = 0;
+    qsizetype batchText = 0;
+    QElapsedTimer sinceCommit;
+    const auto commit = [&] {
+        commitExtracted(batch, skipped);
+        skipped = 0;
+        batchText = 0;
+    };
+    for (;;) {
+        Catalog::Row row;
+        {
+            std::unique_lock guard(m_queueMutex);
+            const auto canWork = [this] { return m_quitExtraction || (!m_queue.empty() && extractionWanted()); };
+            if (!canWork() && (!batch.empty() || skipped > 0)) {
+                // Nothing more to read for now: what was read goes in before this thread sleeps.
+                guard.unlock();
+                commit();
+                continue;
+            }
+            m_queueWake.wait(guard, canWork);
+            if (m_quitExtraction)
+                break;
+            row = m_queue.front();
+            m_queue.pop_front();
+            ++m_inFlight;
+        }
+        if (batch.empty())
+            sinceCommit.start();
+        if (auto extracted = extractRow(row)) {
+            batchText += extracted->text.size();
+            batch.push_back(std::move(*extracted));
+        } else {
+            // Not read (gone, unchanged since it was read, or changing): no longer queued.
+            std::lock_guard guard(m_queueMutex);
+            m_queuedBits[row / 64] &= ~(quint64(1) << (row % 64));
+            ++skipped;
+        }
+        if (batch.size() >= kExtractedPerBatch || batchText >= kBatchTextChars || sinceCommit.elapsed() >= kBatchMs)
+            commit();
+    }
+    commit();
 }
 
 void MetadataIndex::reloadLastUsed()
@@ -466,11 +746,12 @@ UpdateProgress MetadataIndex::refreshFolders(const QSet<QString> &folders)
         }
         // Entries of the folder that were not seen again are gone, and so is a folder that vanished.
         std::unique_lock lock(m_lock);
+        std::lock_guard writes(m_writesMutex);
         if (!facts || !facts->isDirectory) {
             for (qint64 id : m_catalog.remove(row)) {
                 Store::Row removal;
                 removal.id = id;
-                walk.writes.push_back(std::move(removal));
+                m_writes.push_back(std::move(removal));
                 ++walk.progress.removed;
             }
             continue;
@@ -481,12 +762,12 @@ UpdateProgress MetadataIndex::refreshFolders(const QSet<QString> &folders)
             for (qint64 id : m_catalog.remove(child)) {
                 Store::Row removal;
                 removal.id = id;
-                walk.writes.push_back(std::move(removal));
+                m_writes.push_back(std::move(removal));
                 ++walk.progress.removed;
             }
         }
     }
-    flush(walk, true);
+    flush(true);
     if (!walk.added.empty())
         reloadLastUsed();
     if (m_watcher) {
@@ -531,6 +812,7 @@ void MetadataIndex::stopWatching()
 {
     if (!m_watchThread.joinable())
         return;
+    extractInBackground(false);
     m_stopWatching = true;
     m_watcher->wake();
     m_watchThread.join();
@@ -540,15 +822,18 @@ void MetadataIndex::stopWatching()
 void MetadataIndex::watchLoop()
 {
     if (m_options.polite)
-        becomePolite();
+        BackgroundPriority::lowerCurrentThread();
     const auto notify = [this] {
         if (m_changed)
             m_changed();
     };
-    update({}, &m_stopWatching);
+    // The walk first, so that answers on names, sizes, dates and kinds come at once; the contents of
+    // what it found new or changed are read in the background, as are those of later changes.
+    updateBasic({}, &m_stopWatching);
     notify();
     if (m_stopWatching)
         return;
+    extractInBackground(true);
     Watcher &watcher = *m_watcher;
     const QString recentList = recentlyUsedPath();
     const QString recentFolder = QFileInfo(recentList).absolutePath();
@@ -566,14 +851,14 @@ void MetadataIndex::watchLoop()
         if (m_stopWatching)
             break;
         if (limited && sinceWalk.elapsed() > 5 * 60 * 1000) {
-            update({}, &m_stopWatching);
+            updateBasic({}, &m_stopWatching);
             sinceWalk.restart();
             notify();
         }
         if (!changes)
             continue;
         if (changes->overflow) {
-            update({}, &m_stopWatching);
+            updateBasic({}, &m_stopWatching);
             watchFolders(watcher);
             notify();
             continue;

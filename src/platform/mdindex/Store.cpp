@@ -62,6 +62,7 @@ namespace {
 
 struct Store::Statements {
     Statement upsert;
+    Statement upsertFacts;
     Statement remove;
     Statement removeText;
     Statement insertText;
@@ -147,8 +148,13 @@ bool Store::openFile()
 
     m_statements = std::make_unique<Statements>();
     return m_statements->upsert.prepare(m_db,
-               "INSERT OR REPLACE INTO files(id, parent, name, is_dir, is_link, size, mtime, ctime, btime, inode, device, type, extracted) "
-               "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?13, ?8, ?9, ?10, ?11, ?12)")
+               "INSERT OR REPLACE INTO files(id, parent, name, is_dir, is_link, size, mtime, ctime, btime, inode, device, type, extracted, "
+               "extracted_for) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?13, ?8, ?9, ?10, ?11, ?12, ?14)")
+        && m_statements->upsertFacts.prepare(m_db,
+            "INSERT INTO files(id, parent, name, is_dir, is_link, size, mtime, ctime, btime, inode, device, type) "
+            "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?13, ?8, ?9, ?10, ?11) ON CONFLICT(id) DO UPDATE SET parent = excluded.parent, "
+            "name = excluded.name, is_dir = excluded.is_dir, is_link = excluded.is_link, size = excluded.size, mtime = excluded.mtime, "
+            "ctime = excluded.ctime, btime = excluded.btime, inode = excluded.inode, device = excluded.device, type = excluded.type")
         && m_statements->remove.prepare(m_db, "DELETE FROM files WHERE id = ?1") && m_statements->removeText.prepare(m_db, "DELETE FROM texts WHERE rowid = ?1")
         && m_statements->insertText.prepare(m_db, "INSERT INTO texts(rowid, text) VALUES(?1, ?2)")
         && m_statements->metaGet.prepare(m_db, "SELECT value FROM meta WHERE key = ?1")
@@ -162,7 +168,7 @@ bool Store::createSchema()
         // Rows are written parents first, so ordering by id gives every parent before its children.
         && exec("CREATE TABLE files(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL, is_dir INTEGER NOT NULL, "
                 "is_link INTEGER NOT NULL, size INTEGER NOT NULL, mtime INTEGER NOT NULL, ctime INTEGER NOT NULL, btime INTEGER, "
-                "inode INTEGER NOT NULL, device INTEGER NOT NULL, type TEXT NOT NULL, extracted BLOB)")
+                "inode INTEGER NOT NULL, device INTEGER NOT NULL, type TEXT NOT NULL, extracted BLOB, extracted_for INTEGER)")
         // Word-prefix search over the text inside files, case and accents folded.
         && exec("CREATE VIRTUAL TABLE texts USING fts5(text, tokenize = 'unicode61 remove_diacritics 2')")
         && exec(QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion).toUtf8().constData()) && exec("COMMIT");
@@ -195,7 +201,9 @@ qint64 Store::approximateRowCount() const
 bool Store::load(const std::function<void(const Row &)> &visit)
 {
     Statement s;
-    if (!s.prepare(m_db, "SELECT id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted, ctime FROM files ORDER BY id"))
+    if (!s.prepare(m_db,
+            "SELECT id, parent, name, is_dir, is_link, size, mtime, btime, inode, device, type, extracted, ctime, extracted_for FROM files "
+            "ORDER BY id"))
         return false;
     Row row;
     int rc = SQLITE_OK;
@@ -213,6 +221,7 @@ bool Store::load(const std::function<void(const Row &)> &visit)
         row.facts.contentType = columnText(s.stmt, 10);
         row.extracted = decodeExtracted(sqlite3_column_blob(s.stmt, 11), sqlite3_column_bytes(s.stmt, 11));
         row.facts.changedMs = sqlite3_column_int64(s.stmt, 12);
+        row.extractedFor = sqlite3_column_int64(s.stmt, 13);
         visit(row);
     }
     return rc == SQLITE_DONE;
@@ -235,7 +244,7 @@ void Store::rollback()
 
 bool Store::upsert(const Row &row)
 {
-    sqlite3_stmt *s = m_statements->upsert.stmt;
+    sqlite3_stmt *s = row.factsOnly ? m_statements->upsertFacts.stmt : m_statements->upsert.stmt;
     sqlite3_reset(s);
     sqlite3_bind_int64(s, 1, row.id);
     sqlite3_bind_int64(s, 2, row.parentId);
@@ -251,14 +260,22 @@ bool Store::upsert(const Row &row)
     sqlite3_bind_int64(s, 9, qint64(row.facts.inode));
     sqlite3_bind_int64(s, 10, qint64(row.facts.device));
     bindText(s, 11, row.facts.contentType);
+    sqlite3_bind_int64(s, 13, row.facts.changedMs);
+    if (row.factsOnly)
+        return sqlite3_step(s) == SQLITE_DONE;
     const QByteArray extracted = encodeExtracted(row.extracted);
     if (extracted.isEmpty())
         sqlite3_bind_null(s, 12);
     else
         sqlite3_bind_blob(s, 12, extracted.constData(), int(extracted.size()), SQLITE_TRANSIENT);
-    sqlite3_bind_int64(s, 13, row.facts.changedMs);
+    if (row.extractedFor != 0)
+        sqlite3_bind_int64(s, 14, row.extractedFor);
+    else
+        sqlite3_bind_null(s, 14);
     if (sqlite3_step(s) != SQLITE_DONE)
         return false;
+    if (row.isNew && row.text.isEmpty())
+        return true;
 
     sqlite3_stmt *drop = m_statements->removeText.stmt;
     sqlite3_reset(drop);

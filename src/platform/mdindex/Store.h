@@ -28,7 +28,8 @@ public:
     static std::unique_ptr<Store> open(const QString &path);
     // Where the index lives for this user: $XDG_CACHE_HOME/velk/index.sqlite.
     static QString defaultPath();
-    static constexpr int schemaVersion = 2;
+    // 3: the stamp of the facts each file's contents were read for (extraction runs after the walk).
+    static constexpr int schemaVersion = 3;
 
     // Sets the file aside and starts an empty store, for a file that turned out damaged while
     // reading. False when no new file can be made.
@@ -44,6 +45,13 @@ public:
         ExtractedAttributes extracted;
         // The words inside the file, kept in the full-text table; empty for none.
         QString text;
+        // extractionStamp() of the facts `extracted` and `text` were read for; 0 when the contents
+        // still have to be read.
+        qint64 extractedFor = 0;
+        // Writes only the facts and keeps the stored extracted attributes, text and stamp.
+        bool factsOnly = false;
+        // A row the store has never held: no text to clear.
+        bool isNew = false;
     };
     // About how many rows the store holds (the largest id), cheap to ask.
     qint64 approximateRowCount() const;
