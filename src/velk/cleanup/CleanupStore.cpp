@@ -1,5 +1,6 @@
 #include "CleanupStore.h"
 
+#include "Background.h"
 #include "CleanupRules.h"
 #include "MetadataRecord.h"
 #include "UserPlaces.h"
@@ -8,24 +9,8 @@
 
 #include <QCoro/QCoroFuture>
 #include <QPointer>
-#include <QThreadPool>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace {
-
-// Listing and measuring run at utility priority, below the work the interface waits on.
-QThreadPool *utilityPool()
-{
-    struct UtilityPool : QThreadPool {
-        UtilityPool()
-        {
-            setThreadPriority(QThread::LowPriority);
-            setMaxThreadCount(1);
-        }
-    };
-    static UtilityPool pool;
-    return &pool;
-}
 
 // Equal by everything a list shows, not only by the files' URLs.
 bool sameResult(const SpotlightResult &a, const SpotlightResult &b)
@@ -81,7 +66,7 @@ QCoro::Task<> CleanupStore::load(QList<QUrl> scopes, int token)
             result = co_await running;
             // The index's size of an app is not what it takes on disk.
             if (kind == CleanupKind::unusedApps) {
-                QFuture<SpotlightResult> measuring = QtConcurrent::run(utilityPool(), [result] { return CleanupRules::measureApps(result); });
+                QFuture<SpotlightResult> measuring = Background::run([result] { return CleanupRules::measureApps(result); });
                 result = co_await measuring;
             }
         }
@@ -97,7 +82,7 @@ QCoro::Task<SpotlightResult> CleanupStore::forgottenDownloads()
 {
     const QString folder = UserPlaces::userFolder(UserPlaces::UserFolder::downloads).value_or(QString());
     const QString recentlyUsed = RecentlyUsedReader::defaultPath();
-    QFuture<SpotlightResult> listing = QtConcurrent::run(utilityPool(),
+    QFuture<SpotlightResult> listing = Background::run(
         [folder, recentlyUsed] { return CleanupRules::forgottenDownloads(folder, QDateTime::currentDateTimeUtc(), RecentlyUsedReader::read(recentlyUsed)); });
     SpotlightResult result = co_await listing;
     co_return result;

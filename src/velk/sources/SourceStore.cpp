@@ -1,31 +1,16 @@
 #include "SourceStore.h"
 
+#include "Background.h"
 #include "MetadataRecord.h"
 #include "search/Spotlight.h"
 
 #include <QCoro/QCoroFuture>
 #include <QHash>
 #include <QPointer>
-#include <QThreadPool>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <cstdio>
 
 namespace {
-
-// Grouping reads two extended attributes per new file: utility priority, below the interface's work.
-QThreadPool *utilityPool()
-{
-    struct UtilityPool : QThreadPool {
-        UtilityPool()
-        {
-            setThreadPriority(QThread::LowPriority);
-            setMaxThreadCount(1);
-        }
-    };
-    static UtilityPool pool;
-    return &pool;
-}
 
 // Equal by everything a card shows, not only by the files' URLs.
 bool sameGroups(const QList<SourceStore::Group> &a, const QList<SourceStore::Group> &b)
@@ -68,7 +53,7 @@ QCoro::Task<> SourceStore::load(QList<QUrl> scopes, int token)
     const Spotlight::Accept accept = [](const FileItem &item) { return item.category != FileCategory::folders; };
     QCoro::Task<SpotlightResult> running = Spotlight::run(m_index, query, scopes, byDate, kLimit, accept);
     const SpotlightResult result = co_await running;
-    QFuture<QList<Group>> grouping = QtConcurrent::run(utilityPool(), [items = result.items] { return grouped(items); });
+    QFuture<QList<Group>> grouping = Background::run([items = result.items] { return grouped(items); });
     const QList<Group> groups = co_await grouping;
     if (!self)
         co_return;
