@@ -1,5 +1,6 @@
 #include "Spotlight.h"
 
+#include "MetadataRecord.h"
 #include "mdindex/MetadataIndex.h"
 #include "mdindex/Query.h"
 
@@ -69,8 +70,15 @@ SpotlightResult collect(const mdindex::MetadataIndex &index, const QString &quer
                 return false;
             const mdindex::CatalogRecord record(catalog, rows[i]);
             const QString path = catalog.path(rows[i]);
-            if (isUnwanted(path, roots))
+            if (path.isEmpty() || isUnwanted(path, roots))
                 continue;
+            // Past the limit, with nothing to judge the items by, only the totals are wanted.
+            if (!accept && result.items.size() >= limit) {
+                result.totalCount += 1;
+                if (const QVariant size = record.valueForAttribute(MDAttribute::fsSize); MetadataRecord::isNumber(size))
+                    result.totalSize += size.toLongLong();
+                continue;
+            }
             const auto item = FileItem::fromMetadata(record);
             if (!item || (accept && !accept(*item)))
                 continue;
