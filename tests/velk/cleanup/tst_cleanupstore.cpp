@@ -16,16 +16,6 @@ using mdindex::MetadataIndex;
 
 namespace {
 
-QStringList names(const std::optional<SpotlightResult> &result)
-{
-    QStringList out;
-    if (result) {
-        for (const FileItem &item : result->items)
-            out.append(item.name);
-    }
-    return out;
-}
-
 QByteArray appEntry(const char *name, const QByteArray &extra = {})
 {
     return "[Desktop Entry]\nType=Application\nName=" + QByteArray(name) + "\nExec=true\n" + extra;

@@ -1,12 +1,10 @@
+#include "TestDocuments.h"
 #include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/LibraryStore.h"
 #include "text/TextIndex.h"
 
-#include <QBuffer>
 #include <QCoro/QCoroTask>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
@@ -18,26 +16,6 @@ using namespace Qt::StringLiterals;
 using mdindex::MetadataIndex;
 
 namespace {
-
-QByteArray pdfWith(const QString &text)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QPdfWriter writer(&buffer);
-    QPainter(&writer).drawText(200, 400, text);
-    return bytes;
-}
-
-QStringList names(const std::optional<SpotlightResult> &result)
-{
-    QStringList out;
-    if (result) {
-        for (const FileItem &item : result->items)
-            out.append(item.name);
-    }
-    return out;
-}
 
 QStringList sorted(QStringList list)
 {

@@ -8,18 +8,6 @@
 using namespace Qt::StringLiterals;
 using mdindex::MetadataIndex;
 
-namespace {
-
-QStringList names(const SpotlightResult &result)
-{
-    QStringList out;
-    for (const FileItem &item : result.items)
-        out.append(item.name);
-    return out;
-}
-
-} // namespace
-
 class TestSpotlight : public QObject
 {
     Q_OBJECT

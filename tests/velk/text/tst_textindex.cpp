@@ -1,5 +1,6 @@
 #include "text/TextIndex.h"
 
+#include "TestDocuments.h"
 #include "TestHome.h"
 
 #include <QBuffer>
@@ -24,16 +25,6 @@ const QString kStore = u".local/share/Velk/text-index.json"_s;
 QByteArray quoted(const char *json)
 {
     return QByteArray(json).replace('\'', '"');
-}
-
-QByteArray pdfWith(const QString &text)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QPdfWriter writer(&buffer);
-    QPainter(&writer).drawText(200, 400, text);
-    return bytes;
 }
 
 FileItem itemAt(const QString &path)
