@@ -64,14 +64,29 @@ SpotlightResult collect(const mdindex::MetadataIndex &index, const QString &quer
     SpotlightResult result;
     const auto textSearch = index.textSearch();
     const bool completed = index.read([&](const mdindex::Catalog &catalog) {
-        const std::vector<mdindex::Catalog::Row> rows = catalog.search(*parsed, scopePaths, sortKey, textSearch);
+        using Row = mdindex::Catalog::Row;
+        // Whether the files of a folder are unwanted depends on the folder alone (every fragment of the
+        // skip list ends in a slash, so none reaches into a file's name) and on the file's own name
+        // being hidden: one answer per folder, without spelling out each file's path.
+        QHash<Row, bool> unwantedFolders;
+        const auto unwanted = [&](Row row) {
+            const Row parent = catalog.parent(row);
+            if (parent == mdindex::Catalog::noRow)
+                return isUnwanted(catalog.path(row), roots);
+            if (catalog.name(row).startsWith(QLatin1Char('.')))
+                return true;
+            auto folder = unwantedFolders.constFind(parent);
+            if (folder == unwantedFolders.cend())
+                folder = unwantedFolders.insert(parent, isUnwanted(QString(catalog.path(parent) + QLatin1Char('/')), roots));
+            return *folder;
+        };
+        const std::vector<Row> rows = catalog.search(*parsed, scopePaths, sortKey, textSearch);
         for (size_t i = 0; i < rows.size(); ++i) {
             if ((i & 255) == 0 && cancelled && cancelled->load())
                 return false;
-            const mdindex::CatalogRecord record(catalog, rows[i]);
-            const QString path = catalog.path(rows[i]);
-            if (path.isEmpty() || isUnwanted(path, roots))
+            if (unwanted(rows[i]))
                 continue;
+            const mdindex::CatalogRecord record(catalog, rows[i]);
             // Past the limit, with nothing to judge the items by, only the totals are wanted.
             if (!accept && result.items.size() >= limit) {
                 result.totalCount += 1;
