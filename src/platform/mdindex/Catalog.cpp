@@ -5,6 +5,7 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <utility>
 
 namespace mdindex {
 
@@ -125,10 +126,67 @@ quint64 Catalog::childKey(Row parent, QStringView name)
     return (quint64(parent) << 32) | quint32(qHash(name));
 }
 
+size_t Catalog::childSlot(Row parent, QStringView name) const
+{
+    // The finaliser of MurmurHash3: spreads the parent's row and the name's hash over all bits.
+    quint64 key = childKey(parent, name);
+    key ^= key >> 33;
+    key *= 0xff51afd7ed558ccdULL;
+    key ^= key >> 33;
+    key *= 0xc4ceb9fe1a85ec53ULL;
+    key ^= key >> 33;
+    return size_t(key) & (m_childSlots.size() - 1);
+}
+
+void Catalog::rehashChildren(size_t entries)
+{
+    // At most three quarters full, so that probes stay short.
+    size_t capacity = 16;
+    while (capacity * 3 < entries * 4)
+        capacity *= 2;
+    const std::vector<Row> old = std::exchange(m_childSlots, std::vector<Row>(capacity, noRow));
+    m_childUsed = 0;
+    m_childLive = 0;
+    for (const Row row : old) {
+        if (row != noRow && row != tombstone)
+            insertChild(row);
+    }
+}
+
+void Catalog::insertChild(Row row)
+{
+    if (m_childSlots.empty() || (m_childUsed + 1) * 4 > m_childSlots.size() * 3)
+        rehashChildren(std::max<size_t>(m_childLive * 2, 16));
+    const size_t mask = m_childSlots.size() - 1;
+    for (size_t i = childSlot(m_rows[row].parent, name(row));; i = (i + 1) & mask) {
+        if (m_childSlots[i] == noRow) {
+            m_childSlots[i] = row;
+            ++m_childUsed;
+            ++m_childLive;
+            return;
+        }
+    }
+}
+
+void Catalog::eraseChild(Row row)
+{
+    if (m_childSlots.empty())
+        return;
+    const size_t mask = m_childSlots.size() - 1;
+    for (size_t i = childSlot(m_rows[row].parent, name(row)); m_childSlots[i] != noRow; i = (i + 1) & mask) {
+        if (m_childSlots[i] == row) {
+            m_childSlots[i] = tombstone;
+            --m_childLive;
+            return;
+        }
+    }
+}
+
 void Catalog::reserve(qsizetype rows)
 {
     m_rows.reserve(size_t(rows));
-    m_children.reserve(size_t(rows));
+    if (size_t(rows) > m_childLive)
+        rehashChildren(size_t(rows));
     m_names.reserve(rows * 24);
 }
 
@@ -164,7 +222,7 @@ Catalog::Row Catalog::add(qint64 id, Row parent, const FileFacts &facts, const E
         m_rows[row].nextSibling = m_rows[parent].firstChild;
         m_rows[parent].firstChild = row;
     }
-    m_children.emplace(childKey(parent, name), row);
+    insertChild(row);
     ++m_liveCount;
     return row;
 }
@@ -239,13 +297,7 @@ std::vector<qint64> Catalog::remove(Row row)
         stack.pop_back();
         for (Row c = m_rows[r].firstChild; c != noRow; c = m_rows[c].nextSibling)
             stack.push_back(c);
-        auto [begin, end] = m_children.equal_range(childKey(m_rows[r].parent, name(r)));
-        for (auto it = begin; it != end; ++it) {
-            if (it->second == r) {
-                m_children.erase(it);
-                break;
-            }
-        }
+        eraseChild(r);
         m_extracted.erase(r);
         m_lastUsed.erase(r);
         m_rows[r].flags |= Removed;
@@ -305,10 +357,13 @@ ExtractedAttributes Catalog::extracted(Row row) const
 
 Catalog::Row Catalog::child(Row parent, QStringView childName) const
 {
-    auto [begin, end] = m_children.equal_range(childKey(parent, childName));
-    for (auto it = begin; it != end; ++it) {
-        if (m_rows[it->second].parent == parent && name(it->second) == childName)
-            return it->second;
+    if (m_childSlots.empty())
+        return noRow;
+    const size_t mask = m_childSlots.size() - 1;
+    for (size_t i = childSlot(parent, childName); m_childSlots[i] != noRow; i = (i + 1) & mask) {
+        const Row row = m_childSlots[i];
+        if (row != tombstone && m_rows[row].parent == parent && name(row) == childName)
+            return row;
     }
     return noRow;
 }
@@ -602,7 +657,7 @@ std::vector<Catalog::Row> Catalog::search(const Query &query, const QStringList 
 
 qsizetype Catalog::memoryUsage() const
 {
-    return qsizetype(m_rows.capacity() * sizeof(RowData)) + m_names.capacity() * 2 + qsizetype(m_children.size() * 32 + m_children.bucket_count() * 8);
+    return qsizetype(m_rows.capacity() * sizeof(RowData)) + m_names.capacity() * 2 + qsizetype(m_childSlots.capacity() * sizeof(Row));
 }
 
 } // namespace mdindex

@@ -150,6 +150,11 @@ private:
 
     quint16 typeIndex(const QString &identifier);
     static quint64 childKey(Row parent, QStringView name);
+    static constexpr Row tombstone = noRow - 1;
+    size_t childSlot(Row parent, QStringView name) const;
+    void insertChild(Row row);
+    void eraseChild(Row row);
+    void rehashChildren(size_t entries);
     QStringView folded(Row row) const;
 
     class Evaluator;
@@ -159,7 +164,11 @@ private:
     QString m_names; // names as written, then folded, back to back
     std::vector<TypeInfo> m_types;
     QHash<QString, quint16> m_typeIndex;
-    std::unordered_multimap<quint64, Row> m_children;
+    // Rows by parent and name, to find a child by its name: open addressing over row numbers, 4
+    // bytes a slot, since a node-based map costs ten times that for each of a million files.
+    std::vector<Row> m_childSlots;
+    size_t m_childLive = 0;
+    size_t m_childUsed = 0; // live entries and the tombstones of removed ones
     // Attributes from file contents are few per file and absent for most: kept sparse.
     std::unordered_map<Row, ExtractedAttributes> m_extracted;
     std::unordered_map<Row, qint64> m_lastUsed;
