@@ -1,10 +1,8 @@
 #pragma once
 
 #include "TestHome.h"
+#include "TestNames.h"
 #include "mdindex/MetadataIndex.h"
-#include "search/Spotlight.h"
-
-#include <optional>
 
 // An index over a test home as the app keeps one: the store in the home's cache folder, the home
 // and the user's own application folder as roots.
@@ -14,15 +12,4 @@ inline mdindex::MetadataIndex::Options indexOptions(const TestHome &home)
     options.storePath = home.path(QStringLiteral(".cache/velk/index.sqlite"));
     options.roots = {home.root(), home.path(QStringLiteral(".local/share/applications"))};
     return options;
-}
-
-// The names of an answer's items, in their order; none for no answer.
-inline QStringList names(const std::optional<SpotlightResult> &result)
-{
-    QStringList out;
-    if (result) {
-        for (const FileItem &item : result->items)
-            out.append(item.name);
-    }
-    return out;
 }

@@ -228,6 +228,16 @@ void MetadataIndex::addExtractor(std::unique_ptr<Extractor> extractor)
     m_extractors.push_back(std::move(extractor));
 }
 
+void MetadataIndex::removeEntry(Walk &walk, Catalog::Row row)
+{
+    for (qint64 id : m_catalog.remove(row)) {
+        Store::Row removal;
+        removal.id = id;
+        m_writes.push_back(std::move(removal));
+        ++walk.progress.removed;
+    }
+}
+
 void MetadataIndex::flush(bool force)
 {
     if (!force) {
@@ -446,12 +456,7 @@ UpdateProgress MetadataIndex::updateBasic(const std::function<void(const UpdateP
         for (Catalog::Row row = 0; row < Catalog::Row(m_catalog.rowCount()); ++row) {
             if (!m_catalog.isLive(row) || (row < walk.seen.size() && walk.seen[row]))
                 continue;
-            for (qint64 id : m_catalog.remove(row)) {
-                Store::Row removal;
-                removal.id = id;
-                m_writes.push_back(std::move(removal));
-                ++walk.progress.removed;
-            }
+            removeEntry(walk, row);
         }
     }
     flush(true);
@@ -748,23 +753,13 @@ UpdateProgress MetadataIndex::refreshFolders(const QSet<QString> &folders)
         std::unique_lock lock(m_lock);
         std::lock_guard writes(m_writesMutex);
         if (!facts || !facts->isDirectory) {
-            for (qint64 id : m_catalog.remove(row)) {
-                Store::Row removal;
-                removal.id = id;
-                m_writes.push_back(std::move(removal));
-                ++walk.progress.removed;
-            }
+            removeEntry(walk, row);
             continue;
         }
         for (Catalog::Row child : m_catalog.children(row)) {
             if (child < walk.seen.size() && walk.seen[child])
                 continue;
-            for (qint64 id : m_catalog.remove(child)) {
-                Store::Row removal;
-                removal.id = id;
-                m_writes.push_back(std::move(removal));
-                ++walk.progress.removed;
-            }
+            removeEntry(walk, child);
         }
     }
     flush(true);

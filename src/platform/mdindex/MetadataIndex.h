@@ -134,6 +134,9 @@ private:
     // Writes what was queued for the store in one transaction: at once when `force`, else once
     // enough has gathered. Writes reach the store in the order they were queued.
     void flush(bool force);
+    // Takes an entry and everything below it out of the catalog and queues their removal from the
+    // store; the caller holds the catalog's write lock and the writes mutex.
+    void removeEntry(Walk &walk, Catalog::Row row);
     // Queues rows for extraction; rows already queued or being read are not queued twice.
     void enqueue(const std::vector<Catalog::Row> &rows);
     void enqueueAllPending();

@@ -10,6 +10,8 @@
 #include <QCoro/QCoroFuture>
 #include <QPointer>
 
+#include <algorithm>
+
 namespace {
 
 // Equal by everything a list shows, not only by the files' URLs.
@@ -17,13 +19,7 @@ bool sameResult(const SpotlightResult &a, const SpotlightResult &b)
 {
     if (a.totalCount != b.totalCount || a.totalSize != b.totalSize || a.items.size() != b.items.size())
         return false;
-    for (qsizetype i = 0; i < a.items.size(); ++i) {
-        const FileItem &x = a.items.at(i);
-        const FileItem &y = b.items.at(i);
-        if (x.url != y.url || x.size != y.size || x.modified != y.modified || x.name != y.name || x.title != y.title)
-            return false;
-    }
-    return true;
+    return std::equal(a.items.cbegin(), a.items.cend(), b.items.cbegin(), [](const FileItem &x, const FileItem &y) { return x.looksSameAs(y); });
 }
 
 } // namespace

@@ -48,6 +48,13 @@ struct FileItem {
     QString subtitle() const;
     QString subtitle(const QDateTime &now) const;
 
+    // Equal by everything a list or a card shows, not only by the URL: a store that gets the same
+    // files again with such a difference must still tell its views.
+    bool looksSameAs(const FileItem &other) const
+    {
+        return url == other.url && size == other.size && modified == other.modified && name == other.name && title == other.title;
+    }
+
     friend bool operator==(const FileItem &a, const FileItem &b) { return a.url == b.url; }
 };
 

@@ -130,7 +130,7 @@ std::optional<LibraryStore::Destination> LibraryStore::destination(const Sidebar
         const FileCategory wanted = *category;
         const auto accept = [wanted](const FileItem &file) { return file.category == wanted; };
         if (wanted == FileCategory::apps)
-            return Destination {wanted.spotlightQuery(), MDAttribute::fsName.toString(), appScopes(), accept};
+            return Destination {wanted.spotlightQuery(), MDAttribute::fsName.toString(), m_appScopes, accept};
         return Destination {wanted.spotlightQuery(), MDAttribute::fsContentChangeDate.toString(), m_scopes, accept};
     }
     return std::nullopt;
@@ -202,7 +202,7 @@ QCoro::Task<> LibraryStore::search(QString text, TextIndex *textIndex)
     if (parsed.folder)
         scopes.append(parsed.folder->url);
     else
-        scopes = m_scopes + appScopes();
+        scopes = m_scopes + m_appScopes;
 
     const QPointer<LibraryStore> self(this);
     const QPointer<TextIndex> texts(textIndex);

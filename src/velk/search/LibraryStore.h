@@ -120,6 +120,8 @@ private:
     QHash<SidebarItem, int> m_loadedToken;
     QString m_latestQuery;
     const QList<QUrl> m_scopes;
+    // The application folders, fixed like the scopes: looked up once rather than on every search.
+    const QList<QUrl> m_appScopes = appScopes();
     std::optional<ParsedQuery> m_parsedQuery;
     int m_textMatchCount = 0;
 };

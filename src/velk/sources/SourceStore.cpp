@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QPointer>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -22,12 +23,8 @@ bool sameGroups(const QList<SourceStore::Group> &a, const QList<SourceStore::Gro
         const SourceStore::Group &y = b.at(g);
         if (x.source.name != y.source.name || x.source.link != y.source.link || x.source.symbol != y.source.symbol || x.items.size() != y.items.size())
             return false;
-        for (qsizetype i = 0; i < x.items.size(); ++i) {
-            const FileItem &p = x.items.at(i);
-            const FileItem &q = y.items.at(i);
-            if (p.url != q.url || p.size != q.size || p.modified != q.modified || p.name != q.name)
-                return false;
-        }
+        if (!std::equal(x.items.cbegin(), x.items.cend(), y.items.cbegin(), [](const FileItem &p, const FileItem &q) { return p.looksSameAs(q); }))
+            return false;
     }
     return true;
 }

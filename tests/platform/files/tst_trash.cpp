@@ -1,5 +1,6 @@
 #include "files/Trash.h"
 
+#include "ReadOnlyFolder.h"
 #include "TestHome.h"
 
 #include <QDir>
@@ -118,22 +119,6 @@ private:
     QByteArray m_path;
     bool m_mounted = false;
 };
-
-// Makes a folder that nobody, root included, can take files out of: its mode for ordinary users, a
-// read-only bind mount of it for root. Empty when that worked, otherwise why not.
-QString makeReadOnly(const QString &folder)
-{
-    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner | QFileDevice::ReadGroup | QFileDevice::ExeGroup);
-    if (::geteuid() != 0)
-        return {};
-    if (!g_ownMounts)
-        return u"root ignores folder modes, and a read-only bind mount needs a mount namespace of its own"_s;
-    const QByteArray path = QFile::encodeName(folder);
-    if (::mount(path.constData(), path.constData(), nullptr, MS_BIND, nullptr) != 0
-        || ::mount(nullptr, path.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0)
-        return u"a read-only bind mount failed: "_s + QString::fromLocal8Bit(std::strerror(errno));
-    return {};
-}
 
 // The path with its folder's links resolved, as the trash records it; the file itself may be gone.
 QString canonical(const QString &path)
@@ -359,7 +344,7 @@ void TestTrash::nothingMovesThatCannotMove()
     // A folder nobody may take files out of.
     const QString locked = home.folder(u"Locked"_s);
     const QString file = home.file(u"Locked/keep.txt"_s, "keep");
-    const QString reason = makeReadOnly(locked);
+    const QString reason = makeReadOnly(locked, g_ownMounts);
     auto unlock = qScopeGuard([&] {
         ::umount2(QFile::encodeName(locked).constData(), MNT_DETACH);
         QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);

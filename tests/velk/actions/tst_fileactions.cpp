@@ -1,5 +1,6 @@
 #include "actions/FileActions.h"
 
+#include "ReadOnlyFolder.h"
 #include "Settings.h"
 #include "TestHome.h"
 #include "files/RecentlyUsed.h"
@@ -47,22 +48,6 @@ FileItem itemAt(const QString &path, FileCategory category = FileCategory::docum
     item.name = QFileInfo(path).fileName();
     item.category = category;
     return item;
-}
-
-// Makes a folder that nobody, root included, can take files out of. Empty when that worked,
-// otherwise why not.
-QString makeReadOnly(const QString &folder)
-{
-    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-    if (::geteuid() != 0)
-        return {};
-    if (!g_ownMounts)
-        return u"root ignores folder modes, and a read-only bind mount needs a mount namespace of its own"_s;
-    const QByteArray path = QFile::encodeName(folder);
-    if (::mount(path.constData(), path.constData(), nullptr, MS_BIND, nullptr) != 0
-        || ::mount(nullptr, path.constData(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) != 0)
-        return u"a read-only bind mount failed: "_s + QString::fromLocal8Bit(std::strerror(errno));
-    return {};
 }
 
 // A session bus of the test's own that starts no services on demand, so that no real file manager
@@ -302,7 +287,7 @@ void TestFileActions::trashReportsWhatMoved()
     web.url = QUrl(u"https://example.org/file.txt"_s);
     const QString locked = m_home->folder(u"Locked"_s);
     const FileItem kept = itemAt(m_home->file(u"Locked/kept.txt"_s, "k"));
-    const QString reason = makeReadOnly(locked);
+    const QString reason = makeReadOnly(locked, g_ownMounts);
     auto unlock = qScopeGuard([&] {
         ::umount2(QFile::encodeName(locked).constData(), MNT_DETACH);
         QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);

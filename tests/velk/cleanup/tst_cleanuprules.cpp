@@ -1,4 +1,5 @@
 #include "TestHome.h"
+#include "TestNames.h"
 #include "cleanup/CleanupKinds.h"
 #include "cleanup/CleanupRules.h"
 #include "mdindex/Query.h"
@@ -17,14 +18,6 @@ FileItem item(const QString &path, qint64 size)
     file.name = path.section(u'/', -1);
     file.size = size;
     return file;
-}
-
-QStringList names(const SpotlightResult &result)
-{
-    QStringList out;
-    for (const FileItem &file : result.items)
-        out.append(file.name);
-    return out;
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "TestHome.h"
+#include "TestNames.h"
 #include "duplicates/DuplicateFinder.h"
 #include "mdindex/MetadataIndex.h"
 
@@ -68,14 +69,6 @@ QImage scene(quint32 seed)
         }
     }
     return image;
-}
-
-QStringList names(const QList<FileItem> &files)
-{
-    QStringList out;
-    for (const FileItem &file : files)
-        out.append(file.name);
-    return out;
 }
 
 struct Fixture {

@@ -1,4 +1,5 @@
 #include "TestHome.h"
+#include "TestNames.h"
 #include "duplicates/DuplicateScanner.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/Spotlight.h"
@@ -28,14 +29,6 @@ QByteArray randomBytes(qint64 size, quint32 seed)
     for (char &c : bytes)
         c = char(random.bounded(256));
     return bytes;
-}
-
-QStringList names(const QList<FileItem> &files)
-{
-    QStringList out;
-    for (const FileItem &file : files)
-        out.append(file.name);
-    return out;
 }
 
 QStringList sortedNames(const DuplicateGroup &group)

@@ -1,4 +1,5 @@
 #include "TestHome.h"
+#include "TestNames.h"
 #include "player/Player.h"
 
 #include <QAudioDevice>
@@ -62,14 +63,6 @@ FileItem other(const QString &name, FileCategory category)
     item.name = name;
     item.category = category;
     return item;
-}
-
-QStringList names(const QList<FileItem> &items)
-{
-    QStringList out;
-    for (const FileItem &item : items)
-        out.append(item.name);
-    return out;
 }
 
 const QList<FileItem> kFour = {song(u"a.mp3"_s), song(u"b.mp3"_s), song(u"c.mp3"_s), song(u"d.mp3"_s)};

@@ -3,6 +3,7 @@
 #include "Keyboard.h"
 #include "Settings.h"
 #include "TestHome.h"
+#include "TestNames.h"
 
 #include <QScopeGuard>
 #include <QSignalSpy>
@@ -23,14 +24,6 @@ FileItem item(const QString &name, FileCategory category = FileCategory::documen
     file.modified = modified;
     file.category = category;
     return file;
-}
-
-QStringList names(const QList<FileItem> &items)
-{
-    QStringList list;
-    for (const FileItem &file : items)
-        list << file.name;
-    return list;
 }
 
 // In input order; B.pdf and a.pdf share a size, and the names differ in case and in digit count.
