@@ -14,48 +14,11 @@ if [[ ! $files =~ ^[0-9]+$ ]] || ((files < 100)); then
   echo "usage: $0 [FILES]   (FILES >= 100, default 100000)" >&2
   exit 2
 fi
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-BUILD=${BUILD:-$repo/build}
 RUNS=${RUNS:-15}
 FIND_RUNS=${FIND_RUNS:-5}
-velk=$BUILD/bin/velk-find
-genhome=$BUILD/bin/velk-genhome
-
-say() { printf '%s\n' "$*" >&2; }
-
-work=$(mktemp -d "${TMPDIR:-/tmp}/velk-bench.XXXXXX") || exit 1
-cleanup() {
-  if [[ ${KEEP:-0} == 1 ]]; then
-    say "index.sh: kept $work"
-    return
-  fi
-  # The fixture has folders nobody may enter; open them so rm can descend.
-  find "$work" -type d ! -perm -u+rwx -exec chmod u+rwx {} + 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
-trap 'exit 130' INT TERM
-
-# Build the two tools; a stale binary is still better than none while someone else's change breaks the build.
-if [[ ! -f $BUILD/CMakeCache.txt ]]; then
-  cmake -S "$repo" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
-fi
-if ! cmake --build "$BUILD" --target velk-genhome velk-find bench_query >"$work/build.log" 2>&1; then
-  tail -5 "$work/build.log" >&2
-  say "index.sh: building failed; using the binaries already there"
-fi
-[[ -x $genhome ]] || { say "index.sh: no $genhome"; exit 1; }
-
-home=$work/home
-export HOME=$home XDG_CONFIG_HOME=$home/.config XDG_DATA_HOME=$home/.local/share XDG_CACHE_HOME=$home/.cache
-export XDG_STATE_HOME=$home/.local/state XDG_DATA_DIRS=/usr/local/share:/usr/share
-# Dates end today, so "the last year" holds the same share of the files whichever day this runs.
-today=$(date -u -d 'today 00:00' +%s)
-say "index.sh: generating $files files into $home"
-gen_start=$EPOCHREALTIME
-summary=$("$genhome" --files "$files" --seed 1 --large --now "$today" "$home") || { say "index.sh: velk-genhome failed"; exit 1; }
-gen_s=$(awk -v s="$gen_start" -v e="$EPOCHREALTIME" 'BEGIN { printf "%.1f", e - s }')
-say "$summary"
+source "$(dirname "${BASH_SOURCE[0]}")/home.sh"
+bench_setup index velk-genhome velk-find bench_query
+bench_home "$files"
 
 hyperfine=$(command -v hyperfine || true)
 gnutime=/usr/bin/time

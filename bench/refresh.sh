@@ -20,43 +20,11 @@ if [[ ! $files =~ ^[0-9]+$ ]] || ((files < 1000)); then
   echo "usage: $0 [FILES]   (FILES >= 1000, default 100000)" >&2
   exit 2
 fi
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-BUILD=${BUILD:-$repo/build}
 FIND_RUNS=${FIND_RUNS:-5}
-velk=$BUILD/bin/velk-find
-genhome=$BUILD/bin/velk-genhome
-
-say() { printf '%s\n' "$*" >&2; }
+source "$(dirname "${BASH_SOURCE[0]}")/home.sh"
 load() { cut -d' ' -f1 /proc/loadavg; }
-
-work=$(mktemp -d "${TMPDIR:-/tmp}/velk-refresh.XXXXXX") || exit 1
-cleanup() {
-  if [[ ${KEEP:-0} == 1 ]]; then
-    say "refresh.sh: kept $work"
-    return
-  fi
-  find "$work" -type d ! -perm -u+rwx -exec chmod u+rwx {} + 2>/dev/null
-  rm -rf "$work"
-}
-trap cleanup EXIT
-trap 'exit 130' INT TERM
-
-if [[ ! -f $BUILD/CMakeCache.txt ]]; then
-  cmake -S "$repo" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >"$work/build.log" 2>&1 || { tail -20 "$work/build.log" >&2; exit 1; }
-fi
-if ! cmake --build "$BUILD" --target velk-genhome velk-find >"$work/build.log" 2>&1; then
-  tail -5 "$work/build.log" >&2
-  say "refresh.sh: building failed; using the binaries already there"
-fi
-[[ -x $genhome && -x $velk ]] || { say "refresh.sh: no $genhome or $velk"; exit 1; }
-
-home=$work/home
-export HOME=$home XDG_CONFIG_HOME=$home/.config XDG_DATA_HOME=$home/.local/share XDG_CACHE_HOME=$home/.cache
-export XDG_STATE_HOME=$home/.local/state XDG_DATA_DIRS=/usr/local/share:/usr/share
-today=$(date -u -d 'today 00:00' +%s)
-say "refresh.sh: generating $files files into $home"
-summary=$("$genhome" --files "$files" --seed 1 --large --now "$today" "$home") || { say "refresh.sh: velk-genhome failed"; exit 1; }
-say "$summary"
+bench_setup refresh velk-genhome velk-find
+bench_home "$files"
 store_dir=$XDG_CACHE_HOME/velk
 
 # Wall time in ms of one run of a command; its standard error goes to $work/last.log.
