@@ -62,9 +62,11 @@ std::optional<Thumbnail> generate(const QUrl &url, int pixels, const FirstLook &
     // Made at the full size of the shared cache's folder, so that other programs can use it too.
     const ThumbnailCache::Flavor flavor = ThumbnailCache::flavorFor(pixels);
     const QImage image = ThumbnailGenerator::generate(look.source->path, look.kind, ThumbnailCache::maximumSide(flavor), cancelled);
+    // A tile that went away while its picture was made leaves nothing behind, whether or not the
+    // decoder noticed in time.
+    if (cancelled && cancelled->load())
+        return std::nullopt;
     if (image.isNull()) {
-        if (cancelled && cancelled->load())
-            return std::nullopt;
         ThumbnailCache::writeFailure(*look.source);
         return iconThumbnail(url, pixels);
     }
