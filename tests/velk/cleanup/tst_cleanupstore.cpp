@@ -1,3 +1,4 @@
+#include "PoolGate.h"
 #include "TestIndex.h"
 #include "cleanup/CleanupStore.h"
 #include "mdindex/MetadataIndex.h"
@@ -162,10 +163,12 @@ private Q_SLOTS:
         index.update();
         CleanupStore store(index);
 
+        PoolGate gate;
         QCoro::Task<> first = store.load(f.scopes(), 0);
         QVERIFY(store.loading());
         // Refused while loading, and not remembered.
         QCoro::waitFor(store.load(f.scopes(), 1));
+        gate.open();
         QCoro::waitFor(std::move(first));
         QCOMPARE(store.loadedToken(), 0);
 
@@ -173,9 +176,11 @@ private Q_SLOTS:
         f.home.file(u"Documents/Another.pkg"_s, "x", f.now.addDays(-30));
         index.update();
         QSignalSpy results(&store, &CleanupStore::resultsChanged);
+        PoolGate secondGate;
         QCoro::Task<> second = store.load(f.scopes(), 1);
         QVERIFY(store.loading());
         QCOMPARE(store.results().size(), 5);
+        secondGate.open();
         QCoro::waitFor(std::move(second));
         QCOMPARE(store.loadedToken(), 1);
         QCOMPARE(names(store.result(CleanupKind::installers)), (QStringList {u"tool_1.0_amd64.deb"_s, u"Legacy.dmg"_s, u"Another.pkg"_s}));

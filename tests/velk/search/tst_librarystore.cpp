@@ -1,3 +1,4 @@
+#include "PoolGate.h"
 #include "TestDocuments.h"
 #include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
@@ -5,10 +6,8 @@
 #include "text/TextIndex.h"
 
 #include <QCoro/QCoroTask>
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThreadPool>
 
 #include <unistd.h>
 
@@ -22,29 +21,6 @@ QStringList sorted(QStringList list)
     list.sort();
     return list;
 }
-
-// Keeps every worker of the global pool busy until released, so that queries started meanwhile cannot
-// finish before their callers suspend.
-class PoolGate
-{
-public:
-    PoolGate()
-    {
-        for (int i = 0; i < m_workers; ++i)
-            QThreadPool::globalInstance()->start([this] { m_gate.acquire(); });
-    }
-    ~PoolGate() { open(); }
-    void open()
-    {
-        m_gate.release(m_workers - m_released);
-        m_released = m_workers;
-    }
-
-private:
-    QSemaphore m_gate;
-    const int m_workers = QThreadPool::globalInstance()->maxThreadCount();
-    int m_released = 0;
-};
 
 // A small home with pictures, documents, a hidden folder and an app, indexed for real.
 struct Fixture {

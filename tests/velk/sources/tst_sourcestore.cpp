@@ -1,5 +1,6 @@
 #include "ExtendedAttributes.h"
 #include "MetadataRecord.h"
+#include "PoolGate.h"
 #include "TestIndex.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/Spotlight.h"
@@ -141,9 +142,11 @@ private Q_SLOTS:
         QCOMPARE(loading.count(), 2);
 
         // Refused while loading; a later token runs and announces only what changed.
+        PoolGate gate;
         QCoro::Task<> next = store.load(f.scopes(), 1);
         QVERIFY(store.loading());
         QCoro::waitFor(store.load(f.scopes(), 2));
+        gate.open();
         QCoro::waitFor(std::move(next));
         QCOMPARE(store.loadedToken(), 1);
         QCOMPARE(groupsChanged.count(), 1);
