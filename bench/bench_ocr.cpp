@@ -8,7 +8,7 @@
 // BENCH_OCR_ONLY=TEXT runs only the groups whose name holds TEXT; BENCH_OCR_NOCLI=1 leaves the
 // tesseract program out.
 #include "text/PdfText.h"
-#include "text/TextRecognizer.h"
+#include "text/TextReading.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -401,7 +401,7 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     if (const qsizetype k = app.arguments().indexOf(QStringLiteral("--read")); k >= 0 && k + 1 < app.arguments().size()) {
-        std::printf("%s\n", qPrintable(TextRecognizer::text(app.arguments()[k + 1])));
+        std::printf("%s\n", qPrintable(TextReading::text(app.arguments()[k + 1])));
         return 0;
     }
     QTemporaryDir temporary;
@@ -462,7 +462,7 @@ int main(int argc, char **argv)
         const PdfDocument pdf(s.path);
         for (int i = 0; i < pdf.pageCount(); ++i) {
             const QString png = QStringLiteral("%1/scan-page-%2.png").arg(dir).arg(i);
-            pdf.renderPage(i, TextRecognizer::kScannedPageSide).save(png);
+            pdf.renderPage(i, TextReading::kScannedPageSide).save(png);
             cliPictures[s.path] << png;
         }
     }
@@ -477,7 +477,7 @@ int main(int argc, char **argv)
     QHash<QString, Totals> totals;
     const int threadsBefore = threadCount();
     // Engines are made on first use; that cost belongs to no picture.
-    TextRecognizer::recognize(QImage(QSize(64, 64), QImage::Format_Grayscale8));
+    TextReading::recognize(QImage(QSize(64, 64), QImage::Format_Grayscale8));
 
     for (const Sample &s : samples) {
         if (!only.isEmpty() && !s.group.contains(only))
@@ -488,7 +488,7 @@ int main(int argc, char **argv)
         QElapsedTimer timer;
         const double cpu0 = cpuSeconds();
         timer.start();
-        const QString read = TextRecognizer::text(s.path);
+        const QString read = TextReading::text(s.path);
         t.wall += timer.nsecsElapsed() / 1e9;
         t.cpu += cpuSeconds() - cpu0;
         t.cer += cer(s.truth, read, true);

@@ -1,6 +1,6 @@
 #include "Keyboard.h"
 #include "mdindex/MetadataIndex.h"
-#include "mdindex/extractors/Extractors.h"
+#include "mdindex/WorkerExtractors.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -85,7 +85,7 @@ int main(int argc, char *argv[])
     } else {
         // Answers come from the stored index at once; it catches up with the disk in the background.
         auto &index = mdindex::MetadataIndex::shared();
-        for (auto &extractor : mdindex::standardExtractors())
+        for (auto &extractor : mdindex::workerExtractors(ParseWorkers::Priority::background))
             index.addExtractor(std::move(extractor));
         index.startWatching();
     }

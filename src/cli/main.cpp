@@ -1,10 +1,12 @@
+#include "FilePath.h"
 #include "Reports.h"
 #include "mdindex/MetadataIndex.h"
 #include "mdindex/Query.h"
-#include "mdindex/extractors/Extractors.h"
+#include "mdindex/WorkerExtractors.h"
 #include "models/Fmt.h"
 #include "search/NaturalSearch.h"
 #include "search/Spotlight.h"
+#include "worker/FailedFiles.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -84,6 +86,14 @@ void status(const mdindex::MetadataIndex &index)
         out += QStringLiteral("  %1 %2\n").arg(FileCategory::allCases().at(it.key()).title() + QLatin1Char(':'), -11).arg(locale.toString(it.value()));
     out += QStringLiteral("Text:         %1\n").arg(Fmt::bytes(index.textBytes()));
     out += QStringLiteral("Roots:        %1\n").arg(index.options().roots.join(QStringLiteral(", ")));
+    // Files that took a parsing worker down are listed so that a person can see what was left unread.
+    const QList<FailedFiles::Entry> unreadable = FailedFiles::all();
+    out += QStringLiteral("Unreadable:   %1\n")
+               .arg(unreadable.isEmpty() ? QStringLiteral("none") : QStringLiteral("%1 (%2)").arg(locale.toString(unreadable.size()), FailedFiles::location()));
+    for (const FailedFiles::Entry &entry : unreadable.mid(0, 20))
+        out += QStringLiteral("  %1 %2\n").arg(entry.reason + QLatin1Char(':'), -15).arg(FilePath::escaped(entry.path));
+    out += QStringLiteral("Worker:       %1\n")
+               .arg(ParseWorkers::program().isEmpty() ? QStringLiteral("not found: file contents cannot be read") : ParseWorkers::program());
     print(out);
 }
 
@@ -204,7 +214,7 @@ int main(int argc, char *argv[])
     }
 
     mdindex::MetadataIndex index(mdindex::MetadataIndex::defaultOptions());
-    for (auto &extractor : mdindex::standardExtractors())
+    for (auto &extractor : mdindex::workerExtractors(ParseWorkers::Priority::interactive))
         index.addExtractor(std::move(extractor));
     if (!index.open()) {
         print(QStringLiteral("velk-find: cannot open the index at %1\n").arg(index.options().storePath), stderr);

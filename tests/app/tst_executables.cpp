@@ -58,6 +58,27 @@ private Q_SLOTS:
         QCOMPARE(find.exitCode(), 2);
         QVERIFY(find.readAllStandardError().contains("Usage:"));
     }
+
+    // Neither program parses a file itself: the libraries that do are linked into the worker alone.
+    void parsingLibrariesLiveInTheWorkerOnly()
+    {
+        const auto needed = [](const QString &binary) {
+            QProcess readelf;
+            readelf.start(QStringLiteral("readelf"), {QStringLiteral("-d"), binary});
+            readelf.waitForFinished(10000);
+            return QString::fromUtf8(readelf.readAllStandardOutput());
+        };
+        const QStringList parsers {"libpoppler", "libtesseract", "libexiv2", "libtag.so", "libraw", "libheif", "libffmpegthumbnailer", "libavformat"};
+        for (const QString &binary : {QStringLiteral(VELK_BIN), QStringLiteral(VELK_FIND_BIN)}) {
+            const QString libraries = needed(binary);
+            QVERIFY2(libraries.contains("NEEDED"), qPrintable(binary));
+            for (const QString &parser : parsers)
+                QVERIFY2(!libraries.contains(parser), qPrintable(binary + " links " + parser));
+        }
+        const QString worker = needed(QStringLiteral(VELK_WORKER_BIN));
+        for (const QString &parser : parsers)
+            QVERIFY2(worker.contains(parser), qPrintable("the worker does not link " + parser));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestExecutables)

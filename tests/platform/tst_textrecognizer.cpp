@@ -1,5 +1,5 @@
 #include "text/PdfText.h"
-#include "text/TextRecognizer.h"
+#include "text/TextReading.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -97,7 +97,7 @@ private Q_SLOTS:
         // First of all: Tesseract's OpenMP would leave its worker threads behind after the first use.
         const QImage picture = textPicture(u"Single thread"_s, 20, QSize(400, 80));
         const int before = threadCount();
-        QVERIFY(TextRecognizer::recognize(picture).contains(u"thread"_s));
+        QVERIFY(TextReading::recognize(picture).contains(u"thread"_s));
         QCOMPARE(threadCount(), before);
     }
 
@@ -123,7 +123,7 @@ private Q_SLOTS:
         p.end();
         QVERIFY(shot.save(path(u"shot.png"_s)));
 
-        const QString text = TextRecognizer::text(path(u"shot.png"_s));
+        const QString text = TextReading::text(path(u"shot.png"_s));
         for (const QString &word : {u"Calendar"_s, u"Weather"_s, u"Invoice"_s, u"settings"_s, u"Modified"_s, u"yesterday"_s, u"Publish"_s})
             QVERIFY2(text.contains(word), qPrintable(word + u" not in: "_s + text));
         // One line per line of text, nothing on one line twice.
@@ -141,7 +141,7 @@ private Q_SLOTS:
         p.end();
         const QRect drawn = QFontMetrics(uiFont(13)).tightBoundingRect(u"Orchestra"_s).translated(410, 70);
 
-        const RecognizedText read = TextRecognizer::recognizeWithBoxes(picture);
+        const RecognizedText read = TextReading::recognizeWithBoxes(picture);
         QCOMPARE(read.text, u"Timetable\nOrchestra"_s);
         QCOMPARE(read.words.size(), 2);
         const QRect box = read.words[1].box;
@@ -161,16 +161,16 @@ private Q_SLOTS:
         raw.setAutoTransform(false);
         const QImage stored = raw.read();
         QCOMPARE(stored.size(), QSize(120, 420));
-        QVERIFY(!TextRecognizer::recognize(stored).contains(u"Sunflower"_s));
-        QCOMPARE(TextRecognizer::loadPicture(turned).size(), QSize(420, 120));
-        QVERIFY(TextRecognizer::text(turned).contains(u"Sunflower Avenue"_s));
+        QVERIFY(!TextReading::recognize(stored).contains(u"Sunflower"_s));
+        QCOMPARE(TextReading::loadPicture(turned).size(), QSize(420, 120));
+        QVERIFY(TextReading::text(turned).contains(u"Sunflower Avenue"_s));
     }
 
     void picturesAreBoundedOnTheLongerSide()
     {
-        QCOMPARE(TextRecognizer::loadPicture(write(u"wide.png"_s, encoded(canvas(4200, 1050), "PNG"))).size(), QSize(3000, 750));
-        QCOMPARE(TextRecognizer::loadPicture(write(u"tall.jpg"_s, encoded(canvas(1000, 3600), "JPEG"))).size(), QSize(833, 3000));
-        QCOMPARE(TextRecognizer::loadPicture(write(u"small.png"_s, encoded(canvas(2000, 1000), "PNG"))).size(), QSize(2000, 1000));
+        QCOMPARE(TextReading::loadPicture(write(u"wide.png"_s, encoded(canvas(4200, 1050), "PNG"))).size(), QSize(3000, 750));
+        QCOMPARE(TextReading::loadPicture(write(u"tall.jpg"_s, encoded(canvas(1000, 3600), "JPEG"))).size(), QSize(833, 3000));
+        QCOMPARE(TextReading::loadPicture(write(u"small.png"_s, encoded(canvas(2000, 1000), "PNG"))).size(), QSize(2000, 1000));
     }
 
     void embeddedTextOnAnyPageWins()
@@ -186,12 +186,12 @@ private Q_SLOTS:
         p.end();
 
         QCOMPARE(PdfDocument(path(u"long.pdf"_s)).pageCount(), 100);
-        QCOMPARE(TextRecognizer::text(path(u"long.pdf"_s)), u"Zebra crossing official appendix"_s);
+        QCOMPARE(TextReading::text(path(u"long.pdf"_s)), u"Zebra crossing official appendix"_s);
         // The kind comes from the extension in any case; without one the file is taken for a picture.
         QVERIFY(QFile::copy(path(u"long.pdf"_s), path(u"REPORT.PDF"_s)));
-        QCOMPARE(TextRecognizer::text(path(u"REPORT.PDF"_s)), u"Zebra crossing official appendix"_s);
+        QCOMPARE(TextReading::text(path(u"REPORT.PDF"_s)), u"Zebra crossing official appendix"_s);
         QVERIFY(QFile::copy(path(u"long.pdf"_s), path(u"report"_s)));
-        QCOMPARE(TextRecognizer::text(path(u"report"_s)), QString());
+        QCOMPARE(TextReading::text(path(u"report"_s)), QString());
     }
 
     void scannedPagesAreReadUpToFive()
@@ -209,7 +209,7 @@ private Q_SLOTS:
         }
         p.end();
 
-        const QStringList pages = TextRecognizer::text(path(u"scan.pdf"_s)).split(u"\n\n"_s);
+        const QStringList pages = TextReading::text(path(u"scan.pdf"_s)).split(u"\n\n"_s);
         QCOMPARE(pages, words.first(5));
     }
 
@@ -230,11 +230,11 @@ private Q_SLOTS:
             {u"picture.pdf"_s, png},
         };
         for (const auto &[name, bytes] : damaged)
-            QVERIFY2(TextRecognizer::text(write(name, bytes)).isEmpty(), qPrintable(name));
+            QVERIFY2(TextReading::text(write(name, bytes)).isEmpty(), qPrintable(name));
         // A cut PDF may be repaired or not; it must not bring anything down.
-        TextRecognizer::text(write(u"cut.pdf"_s, pdf.left(pdf.size() * 2 / 3)));
-        QCOMPARE(TextRecognizer::text(path(u"missing.png"_s)), QString());
-        QCOMPARE(TextRecognizer::recognize(QImage()), QString());
+        TextReading::text(write(u"cut.pdf"_s, pdf.left(pdf.size() * 2 / 3)));
+        QCOMPARE(TextReading::text(path(u"missing.png"_s)), QString());
+        QCOMPARE(TextReading::recognize(QImage()), QString());
     }
 };
 

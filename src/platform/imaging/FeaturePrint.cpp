@@ -17,7 +17,7 @@
 // threshold of 0.9118 and different photos stay below it.
 #include "FeaturePrint.h"
 
-#include "PictureDecoder.h"
+#include "worker/ParseWorkers.h"
 
 #include <QPainter>
 
@@ -267,7 +267,8 @@ std::optional<FeatureVector> compute(const QImage &image, const Parameters &para
 
 std::optional<FeatureVector> compute(const QString &path)
 {
-    return compute(thumbnail(path, thumbnailSize));
+    // Decoded by a parsing worker: the picture may be anything.
+    return compute(ParseWorkers::picture(path, thumbnailSize, ParseWorkers::Priority::background));
 }
 
 float similarity(const FeatureVector &a, const FeatureVector &b)

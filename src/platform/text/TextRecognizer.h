@@ -1,33 +1,23 @@
 #pragma once
 
 #include "OcrEngine.h"
+#include "worker/ParseWorkers.h"
 
-#include <QImage>
 #include <QString>
 #include <QUrl>
 
-// Turns a picture or a PDF into text. Stateless and blocking, meant for background threads; the empty
-// text stands for a failure and for nothing found alike. Which files are worth reading is decided in
-// the program's layer (TextRecognizer::canRead in text/Readable.h).
+// Turns a picture or a PDF into text through the parsing workers. Blocking, meant for background
+// threads; the empty text stands for a failure and for nothing found alike. Which files are worth
+// reading is decided in the program's layer (TextRecognizer::canRead in text/Readable.h).
 namespace TextRecognizer {
 
-// The text of the file: by its extension alone, a ".pdf" (any case) takes the PDF path and anything
-// else the picture path.
-QString text(const QUrl &file);
-QString text(const QString &path);
+// The text of the file: a ".pdf" (any case) takes the PDF path (its embedded text, else its first
+// pages read as pictures), anything else the picture path.
+QString text(const QUrl &file, ParseWorkers::Priority priority = ParseWorkers::Priority::background);
+QString text(const QString &path, ParseWorkers::Priority priority = ParseWorkers::Priority::background);
 
-// Pictures are decoded with their orientation applied and at most this long on either side.
-inline constexpr int kMaxPictureSide = 3000;
-// Scanned PDFs: the first pages, each drawn this long on its longer side.
-inline constexpr int kMaxScannedPages = 5;
-inline constexpr int kScannedPageSide = 2000;
-
-// The picture at `path`, oriented and bounded as above; null when it cannot be decoded.
-QImage loadPicture(const QString &path);
-
-// The lines read in the picture, joined by "\n".
-QString recognize(const QImage &image);
-// The same reading with every word's box in `image`'s pixels.
-RecognizedText recognizeWithBoxes(const QImage &image);
+// The words of a picture with their boxes, in the pixels of the picture as it is shown upright;
+// `pictureSize` receives that size. Never stored: for selecting text on a picture on screen.
+RecognizedText words(const QString &path, QSize *pictureSize = nullptr);
 
 } // namespace TextRecognizer

@@ -320,26 +320,6 @@ namespace {
 
 } // namespace
 
-Kind kindOf(const QString &path)
-{
-    const std::optional<UTType> type = UTType::forFile(path);
-    if (!type)
-        return Kind::none;
-    if (type->conforms(u"public.heif-standard") || type->conforms(u"public.avif"))
-        return Kind::heif;
-    if (type->conforms(u"public.camera-raw-image"))
-        return Kind::cameraRaw;
-    if (type->conforms(UTType::image()))
-        return Kind::picture;
-    if (type->conforms(UTType::pdf()))
-        return Kind::pdf;
-    if (type->conforms(UTType::audio()))
-        return Kind::audio;
-    if (type->conforms(UTType::movie()))
-        return Kind::video;
-    return Kind::none;
-}
-
 QImage generate(const QString &path, Kind kind, int pixels, const std::atomic<bool> *cancelled)
 {
     if (pixels <= 0 || isCancelled(cancelled))
@@ -363,16 +343,6 @@ QImage generate(const QString &path, Kind kind, int pixels, const std::atomic<bo
     }
     const QByteArray cover = coverArt(path);
     return cover.isEmpty() ? QImage() : fromBytes(cover, pixels);
-}
-
-void lowerThreadPriority()
-{
-    thread_local bool lowered = false;
-    if (lowered)
-        return;
-    lowered = true;
-    // On Linux a nice value belongs to the thread, not the process.
-    ::setpriority(PRIO_PROCESS, id_t(::gettid()), 10);
 }
 
 } // namespace ThumbnailGenerator

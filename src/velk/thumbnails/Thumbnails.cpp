@@ -3,9 +3,9 @@
 #include "thumbnails/FileIcons.h"
 #include "thumbnails/ThumbnailCache.h"
 #include "thumbnails/ThumbnailGenerator.h"
+#include "worker/ParseWorkers.h"
 
 #include <QCoro/QCoroFuture>
-#include <QMimeDatabase>
 #include <QtConcurrent/QtConcurrentRun>
 
 namespace {
@@ -61,17 +61,19 @@ std::optional<Thumbnail> generate(const QUrl &url, int pixels, const FirstLook &
 {
     // Made at the full size of the shared cache's folder, so that other programs can use it too.
     const ThumbnailCache::Flavor flavor = ThumbnailCache::flavorFor(pixels);
-    const QImage image = ThumbnailGenerator::generate(look.source->path, look.kind, ThumbnailCache::maximumSide(flavor), cancelled);
+    // Made, and stored in the shared cache, by a parsing worker.
+    const QImage image
+        = ParseWorkers::thumbnail(look.source->path, int(look.kind), ThumbnailCache::maximumSide(flavor), ParseWorkers::Priority::interactive, cancelled);
     // A tile that went away while its picture was made leaves nothing behind, whether or not the
     // decoder noticed in time.
     if (cancelled && cancelled->load())
         return std::nullopt;
     if (image.isNull()) {
-        ThumbnailCache::writeFailure(*look.source);
+        // The worker records a file it could not draw; one that took the worker down is recorded here.
+        if (!ThumbnailCache::hasFailed(*look.source))
+            ThumbnailCache::writeFailure(*look.source);
         return iconThumbnail(url, pixels);
     }
-    static const QMimeDatabase mimeDatabase;
-    ThumbnailCache::write(*look.source, flavor, image, mimeDatabase.mimeTypeForFile(look.source->path).name());
     return Thumbnail {url, fitted(image, pixels), false};
 }
 

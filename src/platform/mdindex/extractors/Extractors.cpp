@@ -4,6 +4,13 @@ namespace mdindex {
 
 std::vector<std::unique_ptr<Extractor>> standardExtractors()
 {
+    std::vector<std::unique_ptr<Extractor>> all = contentExtractors();
+    all.push_back(extractors::makeWhereFromsExtractor());
+    return all;
+}
+
+std::vector<std::unique_ptr<Extractor>> contentExtractors()
+{
     std::vector<std::unique_ptr<Extractor>> all;
     all.push_back(extractors::makePictureExtractor());
     all.push_back(extractors::makeAudioExtractor());
@@ -12,7 +19,6 @@ std::vector<std::unique_ptr<Extractor>> standardExtractors()
     all.push_back(extractors::makeOfficeExtractor());
     all.push_back(extractors::makeTextExtractor());
     all.push_back(extractors::makeApplicationExtractor());
-    all.push_back(extractors::makeWhereFromsExtractor());
     return all;
 }
 

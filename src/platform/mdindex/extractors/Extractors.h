@@ -9,6 +9,9 @@ namespace mdindex {
 
 // Every extractor the index runs, one per kind of file.
 std::vector<std::unique_ptr<Extractor>> standardExtractors();
+// The extractors that read a file's contents (all but the download addresses, which are extended
+// attributes): what the parsing worker runs.
+std::vector<std::unique_ptr<Extractor>> contentExtractors();
 
 namespace extractors {
     // Pixel size as displayed, camera, capture date and the screen-capture rule.

@@ -1,0 +1,80 @@
+#include "TextReading.h"
+
+#include "PdfText.h"
+
+#include "FilePath.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QStringList>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+QString TextReading::text(const QString &path)
+{
+    if (path.isEmpty())
+        return {};
+    if (QFileInfo(path).suffix().toLower() != u"pdf") {
+        const QImage picture = loadPicture(path);
+        return picture.isNull() ? QString() : recognize(picture);
+    }
+
+    const PdfDocument document(path);
+    if (!document.isValid())
+        return {};
+    // Embedded text wins for any number of pages; only a PDF without any is treated as scanned.
+    const QString embedded = document.text().trimmed();
+    if (!embedded.isEmpty())
+        return embedded;
+    QStringList pages;
+    for (int i = 0; i < std::min(document.pageCount(), kMaxScannedPages); ++i) {
+        const QImage page = document.renderPage(i, kScannedPageSide);
+        if (!page.isNull())
+            pages << recognize(page);
+    }
+    return pages.join(QStringLiteral("\n\n"));
+}
+
+QImage TextReading::loadPicture(const QString &path)
+{
+    // Opened once, without blocking and without touching the access time, and only when it is a
+    // regular file; the decoder reads from that descriptor.
+    const QByteArray native = FilePath::toNative(path);
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    int fd = ::open(native.constData(), flags | O_NOATIME);
+    if (fd < 0 && errno == EPERM)
+        fd = ::open(native.constData(), flags);
+    if (fd < 0)
+        return {};
+    struct stat st;
+    QFile file;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return {};
+    }
+    QImageReader reader(&file);
+    reader.setAutoTransform(true);
+    const QSize size = reader.size();
+    if (size.isValid() && std::max(size.width(), size.height()) > kMaxPictureSide)
+        reader.setScaledSize(size.scaled(kMaxPictureSide, kMaxPictureSide, Qt::KeepAspectRatio));
+    QImage picture = reader.read();
+    // Formats that cannot tell their size up front are bounded after decoding.
+    if (std::max(picture.width(), picture.height()) > kMaxPictureSide)
+        picture = picture.scaled(kMaxPictureSide, kMaxPictureSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    return picture;
+}
+
+QString TextReading::recognize(const QImage &image)
+{
+    return OcrEngine::read(image).text;
+}
+
+RecognizedText TextReading::recognizeWithBoxes(const QImage &image)
+{
+    return OcrEngine::read(image);
+}

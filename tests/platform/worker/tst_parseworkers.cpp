@@ -1,0 +1,258 @@
+#include "../extractors/Samples.h"
+#include "TestHome.h"
+
+#include "MetadataRecord.h"
+#include "thumbnails/ThumbnailCache.h"
+#include "thumbnails/ThumbnailGenerator.h"
+#include "worker/FailedFiles.h"
+#include "worker/ParseWorkers.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QProcess>
+#include <QTest>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using ParseWorkers::Outcome;
+using ParseWorkers::Priority;
+
+// The parsing workers, really run: the velk-worker program beside this test reads real files, and
+// the worker's test-only fault switch stands in for files that crash, hang or exhaust a decoder.
+class TestParseWorkers : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TestHome> m_home;
+
+    static mdindex::FileFacts facts(const QString &path, const QString &type)
+    {
+        mdindex::FileFacts f = samples::factsOf(path);
+        f.contentType = type;
+        return f;
+    }
+
+    static QList<int> workerNiceValues()
+    {
+        // Children of this process and their nice values (field 19 of /proc/PID/stat).
+        QList<int> values;
+        for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+            QFile stat(u"/proc/"_s + pid + u"/stat"_s);
+            if (!stat.open(QIODevice::ReadOnly))
+                continue;
+            const QByteArray line = stat.readAll();
+            const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+            if (fields.size() > 16 && fields[1].toInt() == ::getpid() && line.contains("(velk-worker)"))
+                values.append(fields[16].toInt());
+        }
+        return values;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // Read by each worker when it starts: every worker of this test carries the faults.
+        qputenv("VELK_WORKER_FAULT", "crash=crashes;hang=hangs;memory=greedy");
+        m_home = std::make_unique<TestHome>();
+        ParseWorkers::Settings settings = ParseWorkers::settings();
+        settings.memoryLimitBytes = 768ll * 1024 * 1024;
+        settings.timeout = 4s;
+        ParseWorkers::configure(settings);
+        QVERIFY2(!ParseWorkers::program().isEmpty(), "velk-worker is not beside the test");
+    }
+
+    void readsDocumentsAndPictures()
+    {
+        const QString pdf = m_home->path(u"Documents/report.pdf"_s);
+        QVERIFY(samples::pdf(pdf, u"Quarterly Report"_s, {u"Lighthouse keepers"_s, u"second page"_s}));
+        const auto attributes = ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::background);
+        QVERIFY(attributes);
+        QCOMPARE(attributes->value(MDAttribute::numberOfPages.toString()).toLongLong(), 2);
+        QCOMPARE(attributes->value(MDAttribute::title.toString()).toString(), u"Quarterly Report"_s);
+        QVERIFY(attributes->value(MDAttribute::textContent.toString()).toString().contains(u"Lighthouse"_s));
+
+        QString error;
+        const QString photo = m_home->path(u"Pictures/IMG_1.jpg"_s);
+        QVERIFY2(samples::jpeg(photo, 120, 80, {u"set Exif.Image.Make Canon"_s}, &error), qPrintable(error));
+        const auto picture = ParseWorkers::extract(photo, facts(photo, u"public.jpeg"_s), Priority::interactive);
+        QVERIFY(picture);
+        QCOMPARE(picture->value(MDAttribute::pixelWidth.toString()).toLongLong(), 120);
+        QCOMPARE(picture->value(MDAttribute::acquisitionMake.toString()).toString(), u"Canon"_s);
+
+        // The page as a picture, for the preview.
+        int pages = 0;
+        const QImage page = ParseWorkers::renderPage(pdf, 1, 400, &pages);
+        QCOMPARE(pages, 2);
+        QCOMPARE(std::max(page.width(), page.height()), 400);
+    }
+
+    void thumbnailsGoToTheSharedCache()
+    {
+        QString error;
+        const QString photo = m_home->path(u"Pictures/wide.jpg"_s);
+        QVERIFY2(samples::jpeg(photo, 900, 300, {}, &error), qPrintable(error));
+        const QImage image = ParseWorkers::thumbnail(photo, int(ThumbnailGenerator::Kind::picture), 256);
+        QCOMPARE(image.size(), QSize(256, 85));
+        const auto source = ThumbnailCache::Source::of(photo);
+        QVERIFY(source);
+        const auto stored = ThumbnailCache::read(*source, ThumbnailCache::Flavor::large);
+        QVERIFY2(stored, "the worker did not store the thumbnail");
+        QCOMPARE(stored->size(), QSize(256, 85));
+
+        // A file with no picture in it is remembered as such, as the cache's conventions ask.
+        const QString broken = m_home->file(u"Pictures/broken.png"_s, "\x89PNG\r\n\x1a\nnot really");
+        QVERIFY(ParseWorkers::thumbnail(broken, int(ThumbnailGenerator::Kind::picture), 128).isNull());
+        QVERIFY(ThumbnailCache::hasFailed(*ThumbnailCache::Source::of(broken)));
+    }
+
+    void recognisesWordsWithTheirBoxes()
+    {
+        QImage shot(900, 200, QImage::Format_RGB32);
+        shot.fill(Qt::white);
+        {
+            QPainter p(&shot);
+            QFont font(u"DejaVu Sans"_s);
+            font.setPixelSize(40);
+            p.setFont(font);
+            p.setPen(Qt::black);
+            p.drawText(QRect(0, 0, 900, 200), Qt::AlignCenter, u"Harbour lights tonight"_s);
+        }
+        const QString path = m_home->path(u"Pictures/shot.png"_s);
+        QVERIFY(shot.save(path));
+        QSize size;
+        const RecognizedText read = ParseWorkers::recognizeWords(path, Priority::interactive, &size);
+        QCOMPARE(size, QSize(900, 200));
+        QVERIFY2(read.text.contains(u"Harbour"_s), qPrintable(read.text));
+        const auto harbour = std::find_if(read.words.begin(), read.words.end(), [](const RecognizedWord &w) { return w.text == u"Harbour"_s; });
+        QVERIFY(harbour != read.words.end());
+        // The word sits left of the middle, inside the line that was drawn.
+        QVERIFY(harbour->box.left() > 100 && harbour->box.right() < 450);
+        QVERIFY(harbour->box.top() > 60 && harbour->box.bottom() < 140);
+        QVERIFY(ParseWorkers::recognizeText(path, Priority::background).contains(u"tonight"_s));
+    }
+
+    void lockedPdfGivesWhatItCanWithoutAPassword()
+    {
+        const QString plain = m_home->path(u"Documents/plain.pdf"_s);
+        QVERIFY(samples::pdf(plain, u"Secret Plans"_s, {u"Nobody may read this"_s}));
+        const QString locked = m_home->path(u"Documents/locked.pdf"_s);
+        QString error;
+        QVERIFY2(samples::run(u"qpdf"_s, {u"--encrypt"_s, u"user"_s, u"owner"_s, u"256"_s, u"--"_s, plain, locked}, &error), qPrintable(error));
+
+        Outcome outcome = Outcome::unavailable;
+        const auto attributes = ParseWorkers::extract(locked, facts(locked, u"com.adobe.pdf"_s), Priority::background, &outcome);
+        QCOMPARE(outcome, Outcome::answered);
+        QVERIFY(!attributes->contains(MDAttribute::textContent.toString()));
+        QCOMPARE(ParseWorkers::recognizeText(locked, Priority::background), QString());
+        QVERIFY(ParseWorkers::thumbnail(locked, int(ThumbnailGenerator::Kind::pdf), 128).isNull());
+        QVERIFY(ParseWorkers::renderPage(locked, 0, 200).isNull());
+        // Nothing crashed, so nothing was recorded against it.
+        QVERIFY(!FailedFiles::contains(locked, QFileInfo(locked).size(), QFileInfo(locked).lastModified().toMSecsSinceEpoch()));
+    }
+
+    void neverHandsOutWhatIsNotARegularFile()
+    {
+        const QString fifo = m_home->path(u"Downloads/stream.pdf"_s);
+        QDir().mkpath(QFileInfo(fifo).path());
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        const QString socketPath = m_home->path(u"Downloads/socket.jpg"_s);
+        const int s = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        qstrncpy(address.sun_path, QFile::encodeName(socketPath).constData(), sizeof address.sun_path);
+        QCOMPARE(::bind(s, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+
+        const qint64 requestsBefore = ParseWorkers::statistics().requests;
+        QElapsedTimer clock;
+        clock.start();
+        for (const QString &path : {fifo, socketPath}) {
+            Outcome outcome = Outcome::answered;
+            QVERIFY(!ParseWorkers::extract(path, facts(path, u"com.adobe.pdf"_s), Priority::background, &outcome));
+            QCOMPARE(outcome, Outcome::failed);
+            QVERIFY(ParseWorkers::thumbnail(path, int(ThumbnailGenerator::Kind::picture), 128).isNull());
+        }
+        ::close(s);
+        QCOMPARE(ParseWorkers::statistics().requests, requestsBefore);
+        QVERIFY(FailedFiles::all().isEmpty());
+        QVERIFY(clock.elapsed() < 3000);
+    }
+
+    void aFileThatBringsAWorkerDownIsRecordedAndSkipped_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("crash") << u"crashes.jpg"_s << u"crashed"_s;
+        QTest::newRow("hang") << u"hangs.jpg"_s << u"timed-out"_s;
+        QTest::newRow("memory") << u"greedy.jpg"_s << u"out-of-memory"_s;
+    }
+
+    void aFileThatBringsAWorkerDownIsRecordedAndSkipped()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, reason);
+        QString error;
+        const QString bad = m_home->path(u"Pictures/"_s + name);
+        QVERIFY2(samples::jpeg(bad, 64, 48, {}, &error), qPrintable(error));
+        const QString good = m_home->path(u"Pictures/good-"_s + name);
+        QVERIFY2(samples::jpeg(good, 64, 48, {}, &error), qPrintable(error));
+
+        Outcome outcome = Outcome::answered;
+        QVERIFY(!ParseWorkers::extract(bad, facts(bad, u"public.jpeg"_s), Priority::background, &outcome));
+        QCOMPARE(outcome, Outcome::failed);
+        const QList<FailedFiles::Entry> recorded = FailedFiles::all();
+        const auto entry = std::find_if(recorded.begin(), recorded.end(), [&](const FailedFiles::Entry &e) { return e.path == bad; });
+        QVERIFY(entry != recorded.end());
+        QCOMPARE(entry->reason, reason);
+        QCOMPARE(entry->size, QFileInfo(bad).size());
+
+        // The next file is read by a fresh worker; the bad one is not handed out again.
+        QVERIFY(ParseWorkers::extract(good, facts(good, u"public.jpeg"_s), Priority::background));
+        const ParseWorkers::Statistics before = ParseWorkers::statistics();
+        QVERIFY(ParseWorkers::thumbnail(bad, int(ThumbnailGenerator::Kind::picture), 128).isNull());
+        QCOMPARE(ParseWorkers::statistics().requests, before.requests);
+        QCOMPARE(ParseWorkers::statistics().skipped, before.skipped + 1);
+
+        // Once it changes, it is tried again.
+        QVERIFY(TestHome::setModified(bad, QDateTime::currentDateTime().addSecs(-60)));
+        QVERIFY(!FailedFiles::contains(bad, QFileInfo(bad).size(), QFileInfo(bad).lastModified().toMSecsSinceEpoch()));
+        QVERIFY(!ParseWorkers::extract(bad, facts(bad, u"public.jpeg"_s), Priority::background));
+        QCOMPARE(ParseWorkers::statistics().requests, before.requests + 1);
+
+        // The record is private to the user.
+        struct stat st;
+        QCOMPARE(::stat(QFile::encodeName(FailedFiles::location()).constData(), &st), 0);
+        QCOMPARE(st.st_mode & 0777, 0600u);
+    }
+
+    void backgroundWorkersRunAtTheLowestPriority()
+    {
+        const QString pdf = m_home->path(u"Documents/report.pdf"_s);
+        QVERIFY(ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::background));
+        QVERIFY(ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::interactive));
+        const QList<int> nice = workerNiceValues();
+        QVERIFY2(nice.contains(19), "no background worker at nice 19");
+        QVERIFY2(nice.contains(0), "no interactive worker at normal priority");
+    }
+
+    void aWorkerKilledWhileIdleIsReplaced()
+    {
+        const QString pdf = m_home->path(u"Documents/report.pdf"_s);
+        QVERIFY(ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::background));
+        const qint64 started = ParseWorkers::statistics().started;
+        QVERIFY(QProcess::execute(u"pkill"_s, {u"-KILL"_s, u"-P"_s, QString::number(::getpid()), u"velk-worker"_s}) == 0);
+        QTest::qWait(100);
+        QVERIFY(ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::background));
+        QVERIFY(ParseWorkers::statistics().started > started);
+        // A worker that died on its own, not on a file, leaves no record of the file.
+        QVERIFY(!FailedFiles::contains(pdf, QFileInfo(pdf).size(), QFileInfo(pdf).lastModified().toMSecsSinceEpoch()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestParseWorkers)
+#include "tst_parseworkers.moc"
