@@ -155,5 +155,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestRobustHome)
+QTEST_MAIN(TestRobustHome)
 #include "tst_robusthome.moc"
