@@ -53,10 +53,18 @@ std::optional<QString> userFolder(UserFolder folder)
 QStringList applicationFolders()
 {
     const QString home = homePath();
-    const QStringList candidates = {
-        QStringLiteral("/usr/share/applications"),
-        QStringLiteral("/usr/local/share/applications"),
-        QStringLiteral("/var/lib/flatpak/exports/share/applications"),
+    // The system's data folders as the session names them (flatpak adds its exports there); the
+    // usual ones when it names none.
+    QStringList candidates;
+    const QString dataDirs = qEnvironmentVariable("XDG_DATA_DIRS");
+    if (dataDirs.isEmpty()) {
+        candidates = {QStringLiteral("/usr/share/applications"), QStringLiteral("/usr/local/share/applications"),
+            QStringLiteral("/var/lib/flatpak/exports/share/applications")};
+    } else {
+        for (const QString &data : dataDirs.split(QLatin1Char(':'), Qt::SkipEmptyParts))
+            candidates.append(QDir::cleanPath(data + QStringLiteral("/applications")));
+    }
+    candidates += {
         home + QStringLiteral("/.local/share/flatpak/exports/share/applications"),
         QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation),
         home + QStringLiteral("/Applications"),

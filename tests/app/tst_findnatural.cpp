@@ -56,6 +56,23 @@ private Q_SLOTS:
             || !TestHome::setXattr(other, "user.xdg.origin.url", "https://gitlab.com/tool/tool/-/archive/main.zip"))
             QSKIP("no user extended attributes on this file system");
         QVERIFY(TestHome::setXattr(release, "user.xdg.referrer.url", "https://github.com/velk/velk"));
+        // From a machine on the local network, named by its address.
+        QVERIFY(TestHome::setXattr(
+            home.file("Downloads/firmware.zip", "PK\x05\x06" + QByteArray(18, '\0')), "user.xdg.origin.url", "http://192.168.1.20/files/firmware.zip"));
+
+        // Office files of both families, and a drawing.
+        QVERIFY2(samples::odt(home.path("Documents/minutes.odt"), "<text:p>Minutes</text:p>", "Minutes", &error), qPrintable(error));
+        const auto odf = [&](const char *relative, const char *mimeType) {
+            return samples::zip(home.path(relative), {{"mimetype", mimeType}, {"content.xml", "<office:document-content/>"}}, true, &error);
+        };
+        QVERIFY2(odf("Documents/budget.ods", "application/vnd.oasis.opendocument.spreadsheet"), qPrintable(error));
+        QVERIFY2(odf("Documents/talk.odp", "application/vnd.oasis.opendocument.presentation"), qPrintable(error));
+        QVERIFY2(odf("Documents/diagram.odg", "application/vnd.oasis.opendocument.graphics"), qPrintable(error));
+        QVERIFY2(
+            samples::ooxml(home.path("Documents/letter.docx"), {{"word/document.xml", samples::docxBody("<w:p><w:r><w:t>Dear</w:t></w:r></w:p>")}}, &error),
+            qPrintable(error));
+        QVERIFY2(samples::ooxml(home.path("Documents/deck.pptx"), {{"ppt/slides/slide1.xml", samples::slide("Plan")}}, &error), qPrintable(error));
+        QVERIFY2(samples::ooxml(home.path("Documents/figures.xlsx"), {{"xl/workbook.xml", "<workbook/>"}}, &error), qPrintable(error));
 
         // The word is inside the PDF only, not in its name.
         QVERIFY(samples::pdf(home.path("Documents/scan-0001.pdf"), "Scan", {"INVOICE number 4711", "Total due: 99 EUR"}));
@@ -128,6 +145,10 @@ private Q_SLOTS:
         QTest::newRow("pdf with word") << "pdfs invoice" << QStringList {"Documents/scan-0001.pdf"};
         QTest::newRow("artist") << "songs by miriam okafor" << QStringList {"Music/Okafor/01 Tide.flac", "Music/Okafor/02 Night Tram.wav"};
         QTest::newRow("album") << "harbour lights songs" << QStringList {"Music/Okafor/01 Tide.flac", "Music/various/03 Lanterns.flac"};
+        QTest::newRow("presentations") << "presentations" << QStringList {"Documents/deck.pptx", "Documents/talk.odp"};
+        QTest::newRow("spreadsheets") << "spreadsheets" << QStringList {"Documents/budget.ods", "Documents/figures.xlsx"};
+        QTest::newRow("word documents") << "word documents" << QStringList {"Documents/letter.docx", "Documents/minutes.odt"};
+        QTest::newRow("drawing by its ending") << "odg" << QStringList {"Documents/diagram.odg"};
         QTest::newRow("artist, one word") << "music by brenner" << QStringList {"Music/various/04 Drift.flac"};
     }
 
@@ -136,6 +157,29 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(QStringList, expected);
         QCOMPARE(find({text}), expected);
+    }
+
+    // The applications folder in the home folder is a root of its own: inside the home scope all the
+    // same, and named as a folder.
+    void nestedRootAndItsName()
+    {
+        const QString home = m_home->root();
+        QCOMPARE(find({"--raw", "kMDItemFSName == 'Tracer*'", "--scope", home}), QStringList {"Applications/Tracer-2.1-x86_64.AppImage"});
+        QCOMPARE(find({"--raw", "kMDItemFSName == 'Applications'"}), QStringList {"Applications"});
+    }
+
+    void addressSource()
+    {
+        QProcess sources;
+        sources.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        sources.start(QStringLiteral(VELK_FIND_BIN), {"--sources", "--json"});
+        QVERIFY(sources.waitForFinished(120000));
+        QCOMPARE(sources.exitCode(), 0);
+        QStringList names;
+        for (const QJsonValue &group : QJsonDocument::fromJson(sources.readAllStandardOutput()).object()["sources"].toArray())
+            names.append(group["name"].toString());
+        QVERIFY2(names.contains("192.168.1.20"), qPrintable(names.join(", ")));
+        QVERIFY2(!names.contains("1.20"), qPrintable(names.join(", ")));
     }
 
     // Apps the recently used list names as opened lately are not offered for removal; the rest are.

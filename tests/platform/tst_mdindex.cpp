@@ -3,8 +3,10 @@
 #include "mdindex/Query.h"
 #include "mdindex/Store.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QTest>
 
 #include <sqlite3.h>
@@ -105,6 +107,41 @@ private:
     std::atomic<int> &m_nice;
     std::atomic<int> &m_ioClass;
 };
+
+// A picture reader that gets nothing out of the files it is given, as one that met a damaged file or
+// a worker that went down: it still says whether each picture is a screen capture, and says no.
+class UnreadablePictures final : public mdindex::Extractor
+{
+public:
+    explicit UnreadablePictures(std::atomic<int> &reads)
+        : m_reads(reads)
+    {
+    }
+    bool wants(const mdindex::FileFacts &facts) const override
+    {
+        const auto type = UTType::fromIdentifier(facts.contentType);
+        return !facts.isDirectory && type && type->conforms(UTType::image());
+    }
+    void extract(const QString &, const mdindex::FileFacts &, mdindex::ExtractedAttributes &into) const override
+    {
+        ++m_reads;
+        into.insert(MDAttribute::isScreenCapture.toString(), false);
+    }
+
+private:
+    std::atomic<int> &m_reads;
+};
+
+QByteArray png()
+{
+    QImage image(8, 6, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
 
 } // namespace
 
@@ -398,6 +435,99 @@ private Q_SLOTS:
         MetadataIndex reopened(optionsFor(home));
         QVERIFY(reopened.open());
         QCOMPARE(hits(reopened, home, u"kMDItemTitle == 'second*'"_s), QStringList {u"plan.txt"_s});
+    }
+
+    // The screen-capture rule for names and folders needs no contents: the walk alone applies it, the
+    // store keeps it, and contents that tell nothing more do not take it away.
+    void screenCapturesFoundByTheWalk()
+    {
+        TestHome home;
+        const QByteArray picture = png();
+        home.file(u"Pictures/Screenshot from 2026-11-01 10-00-00.png"_s, picture);
+        home.file(u"Pictures/Screenshots/capture-17.png"_s, picture);
+        home.file(u"Desktop/2026-11-02_10-00-00_grim.png"_s, picture);
+        home.file(u"Videos/Screencasts/talk.webm"_s, "not really a video");
+        home.file(u"Videos/screencast of the talk.mkv"_s, "not really a video");
+        // Look-alikes: not a picture, a picture of another name, a folder named so.
+        home.file(u"Pictures/Screenshot notes.txt"_s, "notes");
+        home.file(u"Pictures/Screenshots/readme.txt"_s, "readme");
+        home.file(u"Pictures/holiday.png"_s, picture);
+        home.file(u"Pictures/screenshot-ideas/sketch.png"_s, picture);
+        const QStringList captures {u"Desktop/2026-11-02_10-00-00_grim.png"_s, u"Pictures/Screenshot from 2026-11-01 10-00-00.png"_s,
+            u"Pictures/Screenshots/capture-17.png"_s, u"Videos/Screencasts/talk.webm"_s, u"Videos/screencast of the talk.mkv"_s};
+        const QString query = u"kMDItemIsScreenCapture == 1"_s;
+        {
+            MetadataIndex index(optionsFor(home));
+            QVERIFY(index.open());
+            index.updateBasic();
+            QCOMPARE(sorted(hits(index, home, query)), captures);
+        }
+        std::atomic<int> reads = 0;
+        MetadataIndex index(optionsFor(home));
+        index.addExtractor(std::make_unique<UnreadablePictures>(reads));
+        QVERIFY(index.open());
+        QCOMPARE(sorted(hits(index, home, query)), captures);
+
+        // Pictures added later, read by the reader that gets nothing out of them.
+        home.file(u"Pictures/Screenshots/capture-18.png"_s, picture);
+        home.file(u"Pictures/beach.png"_s, picture);
+        index.update();
+        QCOMPARE(reads.load(), 2);
+        QCOMPARE(index.pendingExtractions(), 0);
+        QCOMPARE(sorted(hits(index, home, query)), sorted(captures + QStringList {u"Pictures/Screenshots/capture-18.png"_s}));
+        QCOMPARE(hits(index, home, u"kMDItemIsScreenCapture == 0"_s), QStringList {u"Pictures/beach.png"_s});
+    }
+
+    // A root inside another root (the applications folder in the home folder) is walked on its own,
+    // named by its last component like any folder, and lies inside every scope that holds it.
+    void nestedRootsAndRootNames()
+    {
+        TestHome home;
+        home.file(u"Documents/plan.txt"_s, "plan");
+        home.file(u"Applications/Tracer.AppImage"_s, "ELF");
+        auto options = optionsFor(home);
+        options.roots.append(home.path(u"Applications"_s));
+        for (const bool reopened : {false, true}) {
+            MetadataIndex index(options);
+            QVERIFY(index.open());
+            if (!reopened)
+                index.updateBasic();
+            const QString tracer = u"kMDItemFSName == 'Tracer*'"_s;
+            QCOMPARE(hits(index, home, tracer, {home.root()}), QStringList {u"Applications/Tracer.AppImage"_s});
+            QCOMPARE(hits(index, home, tracer, {home.root() + u'/'}), QStringList {u"Applications/Tracer.AppImage"_s});
+            QCOMPARE(hits(index, home, tracer, {home.path(u"Applications"_s)}), QStringList {u"Applications/Tracer.AppImage"_s});
+            QCOMPARE(hits(index, home, tracer, {home.path(u"Documents"_s)}), QStringList());
+            QCOMPARE(hits(index, home, tracer, {QFileInfo(home.root()).absolutePath()}), QStringList {u"Applications/Tracer.AppImage"_s});
+            // The home scope holds everything, the nested root once.
+            QCOMPARE(sorted(hits(index, home, u"kMDItemFSName == '*'"_s, {home.root()})), sorted(hits(index, home, u"kMDItemFSName == '*'"_s)));
+
+            QCOMPARE(hits(index, home, u"kMDItemFSName == 'Applications'"_s), QStringList {u"Applications"_s});
+            QCOMPARE(hits(index, home, u"kMDItemFSName == '"_s + QFileInfo(home.root()).fileName() + u"'"_s), QStringList {QString(u"."_s)});
+            index.read([&](const Catalog &catalog) {
+                const Catalog::Row row = catalog.find(home.path(u"Applications/Tracer.AppImage"_s));
+                QVERIFY(row != Catalog::noRow);
+                QCOMPARE(catalog.path(row), home.path(u"Applications/Tracer.AppImage"_s));
+                QCOMPARE(catalog.name(catalog.parent(row)), u"Applications"_s);
+                QCOMPARE(catalog.parent(catalog.parent(row)), Catalog::noRow);
+                return 0;
+            });
+            // Nothing changed on disk: a second walk finds the roots it recorded.
+            const auto again = index.updateBasic();
+            QCOMPARE(again.added, 0);
+            QCOMPARE(again.removed, 0);
+        }
+
+        // The root of the file system has no last component: it keeps its name.
+        Catalog catalog;
+        mdindex::FileFacts facts;
+        facts.isDirectory = true;
+        facts.name = u"/"_s;
+        const Catalog::Row top = catalog.add(1, Catalog::noRow, facts);
+        facts.name = u"etc"_s;
+        const Catalog::Row etc = catalog.add(2, top, facts);
+        QCOMPARE(catalog.name(top), u"/"_s);
+        QCOMPARE(catalog.path(etc), u"/etc"_s);
+        QCOMPARE(catalog.find(u"/etc"_s), etc);
     }
 
     void politeIndexReadsAtLowPriority()

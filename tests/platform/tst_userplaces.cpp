@@ -48,6 +48,11 @@ private Q_SLOTS:
         for (const QString &folder : folders)
             QVERIFY2(QDir(folder).exists(), qPrintable(folder));
         QCOMPARE(folders.removeDuplicates(), 0);
+        // The system's application folders are those of the data folders the session names, and no
+        // others: here only the test's own.
+        QVERIFY(!folders.contains(u"/usr/share/applications"_s));
+        home.systemFile(u"applications/org.example.Tool.desktop"_s, "[Desktop Entry]\nType=Application\nName=Tool\nExec=tool\n");
+        QCOMPARE(UserPlaces::applicationFolders().first(), home.systemPath(u"applications"_s));
     }
 };
 

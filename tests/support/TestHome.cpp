@@ -9,8 +9,18 @@
 #include <sys/xattr.h>
 
 namespace {
-const char *const kRedirected[] = {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "XDG_DATA_DIRS"};
+const char *const kRedirected[] = {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_DIRS"};
+
+// Where the machine keeps the shared MIME database, which file types are read from.
+QString machineMimeDatabase()
+{
+    for (const char *folder : {"/usr/local/share/mime", "/usr/share/mime"}) {
+        if (QFileInfo::exists(QString::fromLatin1(folder) + QStringLiteral("/packages")))
+            return QString::fromLatin1(folder);
+    }
+    return QStringLiteral("/usr/share/mime");
 }
+} // namespace
 
 TestHome::TestHome()
 {
@@ -26,8 +36,12 @@ TestHome::TestHome()
     qputenv("XDG_DATA_HOME", QFile::encodeName(home + QStringLiteral("/.local/share")));
     qputenv("XDG_CACHE_HOME", QFile::encodeName(home + QStringLiteral("/.cache")));
     qputenv("XDG_STATE_HOME", QFile::encodeName(home + QStringLiteral("/.local/state")));
-    // Without /usr/share the shared MIME database and the icon themes vanish.
-    qputenv("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    // The system folders hold the MIME database and nothing else of the machine's.
+    QDir(m_system.path()).mkpath(QStringLiteral("share"));
+    QDir(m_system.path()).mkpath(QStringLiteral("etc/xdg"));
+    QFile::link(machineMimeDatabase(), systemPath(QStringLiteral("mime")));
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(m_system.path() + QStringLiteral("/share")));
+    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(m_system.path() + QStringLiteral("/etc/xdg")));
     for (const char *sub : {".config", ".local/share", ".cache"})
         QDir(home).mkpath(QString::fromLatin1(sub));
 }
@@ -45,6 +59,27 @@ TestHome::~TestHome()
 QString TestHome::path(const QString &relative) const
 {
     return QDir(m_dir.path()).filePath(relative);
+}
+
+QString TestHome::systemPath(const QString &relative) const
+{
+    return QDir(m_system.path() + QStringLiteral("/share")).filePath(relative);
+}
+
+QString TestHome::systemConfigPath(const QString &relative) const
+{
+    return QDir(m_system.path() + QStringLiteral("/etc/xdg")).filePath(relative);
+}
+
+QString TestHome::systemFile(const QString &relative, const QByteArray &contents)
+{
+    const QString p = systemPath(relative);
+    QDir().mkpath(QFileInfo(p).absolutePath());
+    QFile f(p);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        qFatal("TestHome: cannot write %s", qPrintable(p));
+    f.write(contents);
+    return p;
 }
 
 QString TestHome::folder(const QString &relative)

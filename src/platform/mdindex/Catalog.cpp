@@ -198,7 +198,14 @@ Catalog::Row Catalog::add(qint64 id, Row parent, const FileFacts &facts, const E
     r.parent = parent;
     r.firstChild = noRow;
     r.nextSibling = noRow;
-    const QStringView name = QStringView(facts.name).left(0xFFFF);
+    // A root is named by its last component, so that a name query finds it as it finds any folder;
+    // its path is kept aside for the paths of everything below it.
+    QStringView name = QStringView(facts.name).left(0xFFFF);
+    if (parent == noRow) {
+        const qsizetype slash = name.size() > 1 ? name.lastIndexOf(QLatin1Char('/')) : -1;
+        if (slash >= 0)
+            name = name.sliced(slash + 1);
+    }
     r.nameOffset = quint32(m_names.size());
     r.nameLength = quint16(name.size());
     m_names.append(name);
@@ -218,6 +225,7 @@ Catalog::Row Catalog::add(qint64 id, Row parent, const FileFacts &facts, const E
 
     if (parent == noRow) {
         m_roots.append(row);
+        m_rootPaths.insert(row, facts.name);
     } else {
         m_rows[row].nextSibling = m_rows[parent].firstChild;
         m_rows[parent].firstChild = row;
@@ -281,6 +289,7 @@ std::vector<qint64> Catalog::remove(Row row)
     const Row parent = m_rows[row].parent;
     if (parent == noRow) {
         m_roots.removeAll(row);
+        m_rootPaths.remove(row);
     } else if (m_rows[parent].firstChild == row) {
         m_rows[parent].firstChild = m_rows[row].nextSibling;
     } else {
@@ -323,9 +332,9 @@ QString Catalog::path(Row row) const
     QVarLengthArray<Row, 32> chain;
     for (Row r = row; r != noRow; r = m_rows[r].parent)
         chain.append(r);
-    QString out;
-    for (qsizetype i = chain.size() - 1; i >= 0; --i) {
-        if (i != chain.size() - 1 && !out.endsWith(QLatin1Char('/')))
+    QString out = m_rootPaths.value(chain.back());
+    for (qsizetype i = chain.size() - 2; i >= 0; --i) {
+        if (!out.endsWith(QLatin1Char('/')))
             out += QLatin1Char('/');
         out += name(chain[i]);
     }
@@ -382,7 +391,7 @@ Catalog::Row Catalog::find(QStringView path) const
     Row best = noRow;
     qsizetype bestLength = -1;
     for (Row root : m_roots) {
-        const QStringView rootPath = name(root);
+        const QString rootPath = m_rootPaths.value(root);
         const bool holds
             = path == rootPath || (path.startsWith(rootPath) && (rootPath.endsWith(QLatin1Char('/')) || path.at(rootPath.size()) == QLatin1Char('/')));
         if (holds && rootPath.size() > bestLength) {
@@ -584,13 +593,12 @@ std::vector<Catalog::Row> Catalog::search(const Query &query, const QStringList 
         for (const QString &scope : scopes) {
             const QString clean = scope.size() > 1 && scope.endsWith(QLatin1Char('/')) ? scope.chopped(1) : scope;
             const Row top = find(clean);
-            if (top != noRow) {
+            if (top != noRow)
                 stack.push_back(top);
-                continue;
-            }
-            // A scope above the roots holds every root below it.
+            // A scope holds every root below it too: one above the roots, and one that holds another
+            // root walked on its own (the applications folder in the home folder).
             for (Row root : m_roots) {
-                const QStringView rootPath = name(root);
+                const QString rootPath = m_rootPaths.value(root);
                 if (clean == QLatin1StringView("/") || rootPath.startsWith(clean + QLatin1Char('/')))
                     stack.push_back(root);
             }

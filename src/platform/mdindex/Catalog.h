@@ -21,7 +21,9 @@ struct Comparison;
 
 // What the file system says about one entry, as the crawler sees it and the store keeps it.
 struct FileFacts {
-    QString name; // for a root: its absolute path
+    // For a root, as the walk and the store give it: its absolute path. The catalog names a root by its
+    // last component, as any other folder, and keeps the path beside it.
+    QString name;
     bool isDirectory = false;
     bool isSymlink = false;
     qint64 size = 0;
@@ -100,6 +102,8 @@ public:
     // Live rows directly below a folder row.
     std::vector<Row> children(Row parent) const;
     QList<Row> roots() const { return m_roots; }
+    // The absolute path of a root row.
+    QString rootPath(Row root) const { return m_rootPaths.value(root); }
 
     // The value of one attribute of a row, as a metadata record would give it.
     QVariant value(Row row, QStringView attribute) const;
@@ -173,6 +177,7 @@ private:
     std::unordered_map<Row, ExtractedAttributes> m_extracted;
     std::unordered_map<Row, qint64> m_lastUsed;
     QList<Row> m_roots;
+    QHash<Row, QString> m_rootPaths;
     qsizetype m_liveCount = 0;
     qint64 m_nextId = 1;
     quint16 m_lastType = 0;

@@ -4,7 +4,9 @@
 #include "Query.h"
 #include "RecentlyUsed.h"
 #include "Store.h"
+#include "UTType.h"
 #include "UserPlaces.h"
+#include "extractors/ScreenCapture.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -30,6 +32,30 @@ namespace {
     {
         return a.isDirectory == b.isDirectory && a.isSymlink == b.isSymlink && a.size == b.size && a.modifiedMs == b.modifiedMs && a.changedMs == b.changedMs
             && a.inode == b.inode;
+    }
+
+    // The part of the screen-capture rule that needs no contents, applied as the walk records a picture
+    // or video: where it lies and what the capture tool called it. The contents may add to it later
+    // (a capture tool named in the file's own metadata), never take it away.
+    // `path` is asked for only when the file is a picture or a video.
+    template<typename Path>
+    bool capturedByPlaceOrName(const ScreenCapture::Places &places, const Path &path, const FileFacts &facts)
+    {
+        if (facts.isDirectory || facts.isSymlink)
+            return false;
+        const auto type = UTType::fromIdentifier(facts.contentType);
+        if (!type)
+            return false;
+        const bool video = type->conforms(UTType::movie());
+        return (video || type->conforms(UTType::image())) && ScreenCapture::byPlaceOrName(places, path(), facts.name, video);
+    }
+
+    ExtractedAttributes walkAttributes(bool captured)
+    {
+        ExtractedAttributes attributes;
+        if (captured)
+            attributes.insert(MDAttribute::isScreenCapture.toString(), true);
+        return attributes;
     }
 
 } // namespace
@@ -130,6 +156,7 @@ bool MetadataIndex::storeWasRebuilt() const
 bool MetadataIndex::open()
 {
     std::unique_lock lock(m_lock);
+    m_capturePlaces = ScreenCapture::Places::current();
     m_store = Store::open(m_options.storePath);
     if (!m_store)
         return m_open = false;
@@ -283,13 +310,17 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
         }
     }
     std::vector<quint8> wanted(entries.size(), 0);
+    std::vector<quint8> captured(entries.size(), 0);
     for (size_t i = 0; i < entries.size(); ++i) {
         if (!fresh[i])
             continue;
         FileFacts &facts = entries[i].facts;
         facts.contentType = Crawler::contentType(path, facts);
-        if (!facts.isDirectory && !facts.isSymlink)
+        if (!facts.isDirectory && !facts.isSymlink) {
             wanted[i] = std::any_of(m_extractors.begin(), m_extractors.end(), [&facts](const auto &extractor) { return extractor->wants(facts); });
+            captured[i] = capturedByPlaceOrName(
+                m_capturePlaces, [&] { return path + QLatin1Char('/') + facts.name; }, facts);
+        }
     }
 
     std::vector<Walk::Job> jobs;
@@ -309,16 +340,20 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
             Catalog::Row child = existing[i];
             bool isNew = false;
             if (child == Catalog::noRow || !m_catalog.isLive(child)) {
-                child = m_catalog.add(m_catalog.nextId(), row, entry.facts);
+                child = m_catalog.add(m_catalog.nextId(), row, entry.facts, walkAttributes(captured[i]));
                 ++added;
                 isNew = true;
                 walk.added.push_back(child);
             } else if (fresh[i]) {
                 // A changed file keeps what was read from it before until it is read again.
-                if (wanted[i])
-                    m_catalog.updateFacts(child, entry.facts);
-                else
-                    m_catalog.update(child, entry.facts, {});
+                if (wanted[i]) {
+                    ExtractedAttributes kept = m_catalog.extracted(child);
+                    if (captured[i])
+                        kept.insert(MDAttribute::isScreenCapture.toString(), true);
+                    m_catalog.update(child, entry.facts, kept);
+                } else {
+                    m_catalog.update(child, entry.facts, walkAttributes(captured[i]));
+                }
                 ++changed;
             }
             walk.markSeen(child);
@@ -326,8 +361,12 @@ void MetadataIndex::walkFolder(Walk &walk, const QString &path, Catalog::Row row
                 m_catalog.setPending(child, wanted[i]);
                 Store::Row write {m_catalog.id(child), parentId, entry.facts, {}, {}};
                 write.isNew = isNew;
+                // What the walk knows without the contents is stored with the row, unless the row
+                // keeps what was read from its contents before.
+                if (isNew || !wanted[i])
+                    write.extracted = walkAttributes(captured[i]);
                 if (wanted[i]) {
-                    write.factsOnly = true;
+                    write.factsOnly = !isNew;
                     toExtract.push_back(child);
                 } else {
                     write.extractedFor = extractionStamp(entry.facts);
@@ -405,7 +444,7 @@ UpdateProgress MetadataIndex::updateBasic(const std::function<void(const UpdateP
             facts->contentType = QStringLiteral("public.folder");
             Catalog::Row row = Catalog::noRow;
             for (Catalog::Row existing : m_catalog.roots()) {
-                if (m_catalog.name(existing) == root)
+                if (m_catalog.rootPath(existing) == root)
                     row = existing;
             }
             if (row == Catalog::noRow)
@@ -631,6 +670,11 @@ void MetadataIndex::commitExtracted(std::vector<Extracted> &batch, qint64 skippe
             }
             if (!sameFacts(e.known, e.facts) || e.known.contentType != e.facts.contentType)
                 m_catalog.updateFacts(e.row, e.facts);
+            // Contents that could not be read do not undo what the name and place already tell.
+            if (!e.attributes.value(MDAttribute::isScreenCapture.toString()).toBool()
+                && capturedByPlaceOrName(
+                    m_capturePlaces, [&] { return m_catalog.path(e.row); }, e.facts))
+                e.attributes.insert(MDAttribute::isScreenCapture.toString(), true);
             m_catalog.setExtracted(e.row, e.attributes);
             m_catalog.setPending(e.row, false);
             const Catalog::Row parent = m_catalog.parent(e.row);

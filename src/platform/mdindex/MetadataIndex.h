@@ -4,6 +4,7 @@
 #include "Crawler.h"
 #include "Store.h"
 #include "Watcher.h"
+#include "extractors/ScreenCapture.h"
 
 #include <QString>
 #include <QStringList>
@@ -153,6 +154,8 @@ private:
     std::mutex m_updateMutex;
     std::vector<std::unique_ptr<Extractor>> m_extractors;
     bool m_open = false;
+    // Where capture tools put their files, as they were when the store was opened.
+    ScreenCapture::Places m_capturePlaces;
     std::thread m_watchThread;
     std::atomic<bool> m_stopWatching = false;
     std::unique_ptr<Watcher> m_watcher;

@@ -1,12 +1,14 @@
 #include "DuplicateFinder.h"
 
 #include "DuplicateScanner.h"
+#include "actions/FileActions.h"
 #include "fileidentity/FileIdentity.h"
 #include "mdindex/MetadataIndex.h"
 #include "search/Spotlight.h"
 
 #include <QCoro/QCoroFuture>
 #include <QPointer>
+#include <QPromise>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -78,8 +80,14 @@ QString DuplicateFinder::Phase::rawValue() const
 }
 
 DuplicateFinder::DuplicateFinder(mdindex::MetadataIndex &index, QObject *parent)
+    : DuplicateFinder(index, DuplicateScanner::fullReadLimit, parent)
+{
+}
+
+DuplicateFinder::DuplicateFinder(mdindex::MetadataIndex &index, qint64 sampleAbove, QObject *parent)
     : QObject(parent)
     , m_index(index)
+    , m_sampleAbove(sampleAbove)
 {
 }
 
@@ -137,7 +145,8 @@ QFuture<QList<DuplicateGroup>> DuplicateFinder::startHashing(const SpotlightResu
             },
             Qt::QueuedConnection);
     };
-    return inBackground([items = candidates.items, progress] { return DuplicateScanner::exactDuplicates(items, progress); });
+    return inBackground(
+        [items = candidates.items, progress, sampleAbove = m_sampleAbove] { return DuplicateScanner::exactDuplicates(items, progress, sampleAbove); });
 }
 
 void DuplicateFinder::finishScan(const QList<DuplicateGroup> &groups)
@@ -204,6 +213,78 @@ void DuplicateFinder::remove(const QSet<QUrl> &urls)
 {
     setExact(prune(m_exact, urls));
     setSimilar(prune(m_similar, urls));
+}
+
+QCoro::Task<DuplicateFinder::TrashOutcome> DuplicateFinder::trashExtras(QList<QUuid> groupIds)
+{
+    QList<DuplicateGroup> chosen;
+    for (const DuplicateGroup &group : std::as_const(m_exact)) {
+        if (groupIds.contains(group.id))
+            chosen.append(group);
+    }
+    QFuture<QList<DuplicateScanner::Proof>> proving = startProving(chosen);
+    const QList<DuplicateScanner::Proof> proofs = co_await proving;
+
+    TrashOutcome outcome;
+    QList<FileItem> extras;
+    for (const DuplicateScanner::Proof &proof : proofs) {
+        outcome.cancelled = outcome.cancelled || proof.cancelled;
+        outcome.differing += proof.differing;
+        outcome.unproven += proof.unproven;
+        extras += proof.provenExtras();
+    }
+    // What differs leaves its group whether or not the rest goes.
+    applyProofs(proofs);
+    if (outcome.cancelled || extras.isEmpty())
+        co_return outcome;
+
+    QFuture<QSet<QUrl>> trashing = startTrashing(extras);
+    outcome.moved = co_await trashing;
+    remove(outcome.moved);
+    co_return outcome;
+}
+
+void DuplicateFinder::cancelTrash()
+{
+    if (m_cancelProof)
+        m_cancelProof->store(true);
+}
+
+QFuture<QList<DuplicateScanner::Proof>> DuplicateFinder::startProving(const QList<DuplicateGroup> &groups)
+{
+    if (m_cancelProof)
+        m_cancelProof->store(true);
+    m_cancelProof = std::make_shared<std::atomic<bool>>(false);
+    // Reading two large files in full takes a while: off the main thread, at the scans' priority.
+    return inBackground([groups, cancel = m_cancelProof] {
+        QList<DuplicateScanner::Proof> proofs;
+        for (const DuplicateGroup &group : groups)
+            proofs.append(DuplicateScanner::proveGroup(group, cancel.get()));
+        return proofs;
+    });
+}
+
+QFuture<QSet<QUrl>> DuplicateFinder::startTrashing(const QList<FileItem> &items)
+{
+    auto promise = std::make_shared<QPromise<QSet<QUrl>>>();
+    QFuture<QSet<QUrl>> future = promise->future();
+    promise->start();
+    FileActions::trash(items, [promise](const QSet<QUrl> &moved) {
+        promise->addResult(moved);
+        promise->finish();
+    });
+    return future;
+}
+
+void DuplicateFinder::applyProofs(const QList<DuplicateScanner::Proof> &proofs)
+{
+    QSet<QUrl> differing;
+    for (const DuplicateScanner::Proof &proof : proofs) {
+        for (const FileItem &file : proof.differing)
+            differing.insert(file.url);
+    }
+    if (!differing.isEmpty())
+        setExact(prune(m_exact, differing));
 }
 
 void DuplicateFinder::setPhase(const Phase &phase)

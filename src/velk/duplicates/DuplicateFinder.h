@@ -13,6 +13,8 @@
 #include <QUrl>
 #include <QVariant>
 
+#include <atomic>
+#include <memory>
 #include <optional>
 
 namespace mdindex {
@@ -52,8 +54,21 @@ public:
         friend bool operator==(const Phase &, const Phase &) = default;
     };
 
-    // The index must outlive the finder.
+    // The index must outlive the finder. Files above `sampleAbove` bytes are compared by samples.
     explicit DuplicateFinder(mdindex::MetadataIndex &index, QObject *parent = nullptr);
+    DuplicateFinder(mdindex::MetadataIndex &index, qint64 sampleAbove, QObject *parent = nullptr);
+
+    // What moving the extra copies to the Trash did.
+    struct TrashOutcome {
+        QSet<QUrl> moved;
+        // Files of groups compared by samples that, read in full, differ from the kept copy: left where
+        // they are and taken out of their groups. Worth telling the person.
+        QList<FileItem> differing;
+        // Files that could not be read in full to be compared: left where they are.
+        QList<FileItem> unproven;
+        // Stopped while comparing: nothing was moved.
+        bool cancelled = false;
+    };
 
     Phase phase() const { return m_phase; }
     Phase similarPhase() const { return m_similarPhase; }
@@ -74,6 +89,13 @@ public:
     void setKeeper(const QUrl &url, const QUuid &groupId);
     // Takes files that went away out of every group; groups left with one file dissolve.
     void remove(const QSet<QUrl> &urls);
+
+    // Moves every file but the kept one of these exact groups to the Trash. The members of groups that
+    // were compared by samples are first compared in full with the kept copy, off the main thread;
+    // only proven copies go. Unknown ids are ignored.
+    QCoro::Task<TrashOutcome> trashExtras(QList<QUuid> groupIds);
+    // Stops the comparisons of a trashExtras under way; it then moves nothing.
+    void cancelTrash();
 
 Q_SIGNALS:
     void phaseChanged();
@@ -98,12 +120,17 @@ private:
     QFuture<QList<DuplicateGroup>> startHashing(const SpotlightResult &candidates);
     void finishScan(const QList<DuplicateGroup> &groups);
     QFuture<QList<DuplicateGroup>> startAnalysing(const SpotlightResult &candidates);
+    QFuture<QList<DuplicateScanner::Proof>> startProving(const QList<DuplicateGroup> &groups);
+    QFuture<QSet<QUrl>> startTrashing(const QList<FileItem> &items);
+    void applyProofs(const QList<DuplicateScanner::Proof> &proofs);
     void setPhase(const Phase &phase);
     void setSimilarPhase(const Phase &phase);
     void setExact(const QList<DuplicateGroup> &groups);
     void setSimilar(const QList<DuplicateGroup> &groups);
 
     mdindex::MetadataIndex &m_index;
+    qint64 m_sampleAbove = DuplicateScanner::fullReadLimit;
+    std::shared_ptr<std::atomic<bool>> m_cancelProof;
     Phase m_phase;
     Phase m_similarPhase;
     QList<DuplicateGroup> m_exact;

@@ -13,6 +13,9 @@ struct DuplicateGroup {
     QUuid id = QUuid::createUuid();
     QList<FileItem> files;
     QUrl keep;
+    // The files were compared by samples (they are larger than a scan reads whole): equal prints make
+    // them likely copies, not proven ones, until they are compared in full.
+    bool sampled = false;
 
     // Every file but the kept one, in the order of `files`.
     QList<FileItem> extras() const;

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -116,6 +117,12 @@ namespace {
         return index;
     }
 
+    // Sampling needs room for its thirty-two chunks, whatever bound a caller sets.
+    bool isSampled(qint64 size, qint64 sampleAbove)
+    {
+        return size > sampleAbove && size > samples * chunkBytes;
+    }
+
     bool isPackage(const FileItem &item)
     {
         return item.contentType && item.contentType->conforms(UTType::package());
@@ -178,7 +185,7 @@ const CandidateQuery &similarCandidates()
     return query;
 }
 
-std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full)
+std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full, qint64 sampleAbove)
 {
     QFile file(url.toLocalFile());
     // Unbuffered: the chunks go straight to the hash. QFile closes on every way out.
@@ -191,7 +198,7 @@ std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full)
             return std::nullopt;
         if (size > 2 * endBytes && (!file.seek(size - endBytes) || !feed(file, hash, endBytes, buffer)))
             return std::nullopt;
-    } else if (size <= fullReadLimit) {
+    } else if (!isSampled(size, sampleAbove)) {
         for (;;) {
             buffer.resize(qsizetype(chunkBytes));
             const qint64 got = file.read(buffer.data(), chunkBytes);
@@ -210,6 +217,88 @@ std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full)
         }
     }
     return QString::fromLatin1(hash.result().toHex());
+}
+
+Sameness compareInFull(const QUrl &a, const QUrl &b, const std::atomic<bool> *cancel)
+{
+    QFile first(a.toLocalFile());
+    QFile second(b.toLocalFile());
+    if (!first.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || !second.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return Sameness::unreadable;
+    if (first.size() != second.size())
+        return Sameness::different;
+    QByteArray one(qsizetype(chunkBytes), Qt::Uninitialized);
+    QByteArray other(qsizetype(chunkBytes), Qt::Uninitialized);
+    for (;;) {
+        if (cancel && cancel->load(std::memory_order_relaxed))
+            return Sameness::cancelled;
+        const qint64 got = first.read(one.data(), chunkBytes);
+        if (got < 0)
+            return Sameness::unreadable;
+        // The second file is read to the same length, however its reads come back.
+        qint64 filled = 0;
+        while (filled < got) {
+            const qint64 more = second.read(other.data() + filled, got - filled);
+            if (more < 0)
+                return Sameness::unreadable;
+            if (more == 0)
+                return Sameness::different;
+            filled += more;
+        }
+        if (got == 0) {
+            // Both at their ends at once: a file that grew meanwhile is not the same file.
+            char probe;
+            return second.read(&probe, 1) == 0 ? Sameness::same : Sameness::different;
+        }
+        if (std::memcmp(one.constData(), other.constData(), size_t(got)) != 0)
+            return Sameness::different;
+    }
+}
+
+QList<FileItem> Proof::provenExtras() const
+{
+    QList<FileItem> out;
+    if (cancelled)
+        return out;
+    for (const FileItem &file : group.extras()) {
+        if (!std::any_of(unproven.begin(), unproven.end(), [&file](const FileItem &other) { return other.url == file.url; }))
+            out.append(file);
+    }
+    return out;
+}
+
+Proof proveGroup(const DuplicateGroup &group, const std::atomic<bool> *cancel)
+{
+    Proof proof;
+    proof.group = group;
+    if (!group.sampled)
+        return proof;
+    proof.group.files.clear();
+    for (const FileItem &file : group.files) {
+        if (file.url == group.keep) {
+            proof.group.files.append(file);
+            continue;
+        }
+        switch (compareInFull(group.keep, file.url, cancel)) {
+        case Sameness::same:
+            proof.group.files.append(file);
+            break;
+        case Sameness::different:
+            proof.differing.append(file);
+            break;
+        case Sameness::unreadable:
+            proof.group.files.append(file);
+            proof.unproven.append(file);
+            break;
+        case Sameness::cancelled:
+            proof.group = group;
+            proof.differing.clear();
+            proof.unproven.clear();
+            proof.cancelled = true;
+            return proof;
+        }
+    }
+    return proof;
 }
 
 QUrl pickKeeper(const QList<FileItem> &files)
@@ -241,7 +330,7 @@ QUrl pickKeeper(const QList<FileItem> &files)
     return best->url;
 }
 
-QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progress &progress)
+QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progress &progress, qint64 sampleAbove)
 {
     std::map<qint64, QList<FileItem>> bySize;
     for (const FileItem &item : items)
@@ -284,13 +373,14 @@ QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progre
                     continue;
                 OrderedGroups<QString, FileItem> whole;
                 for (const FileItem &item : sameEnds)
-                    whole.add(*keyOrRandom(fingerprint(item.url, item.size, true)), item);
+                    whole.add(*keyOrRandom(fingerprint(item.url, item.size, true, sampleAbove)), item);
                 for (const QList<FileItem> &same : whole.lists()) {
                     if (same.size() < 2)
                         continue;
                     DuplicateGroup group;
                     group.files = same;
                     group.keep = pickKeeper(same);
+                    group.sampled = isSampled(size, sampleAbove);
                     groups.append(std::move(group));
                 }
             }

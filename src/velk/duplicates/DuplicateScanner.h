@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -38,12 +39,36 @@ const CandidateQuery &similarCandidates();
 // The extensions of photographs, lower-case.
 const QSet<QString> &photoExtensions();
 
-// Groups of files proven to hold the same bytes, largest saving first, each with its keeper chosen.
-// Reads as little as it can: sizes first, then file numbers, then both ends, then everything.
-QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progress &progress = {});
-// The SHA-256 of the file's two ends (`full` false) or of all of it, as lower-case hex; nothing when
-// the file cannot be read.
-std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full);
+// Groups of files that hold the same bytes, largest saving first, each with its keeper chosen.
+// Reads as little as it can: sizes first, then file numbers, then both ends, then everything. Files
+// larger than `sampleAbove` are compared by samples, and their groups are marked `sampled`: prove
+// them (proveGroup) before anything of theirs goes.
+QList<DuplicateGroup> exactDuplicates(const QList<FileItem> &items, const Progress &progress = {}, qint64 sampleAbove = fullReadLimit);
+// The SHA-256 of the file's two ends (`full` false) or of all of it (of thirty-two samples above
+// `sampleAbove`), as lower-case hex; nothing when the file cannot be read.
+std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full, qint64 sampleAbove = fullReadLimit);
+
+enum class Sameness { same, different, unreadable, cancelled };
+// Reads two files side by side, a chunk at a time, to the end or the first difference; `cancel` is
+// looked at between chunks.
+Sameness compareInFull(const QUrl &a, const QUrl &b, const std::atomic<bool> *cancel = nullptr);
+
+// A group after its members were compared in full with the kept copy.
+struct Proof {
+    // The group without the members that differ; it may be left with fewer than two files.
+    DuplicateGroup group;
+    // Members that are not copies of the kept one after all: they must stay where they are.
+    QList<FileItem> differing;
+    // Members that could not be read to the end (or all of them, when the kept copy could not): not
+    // proven either way, so they stay too, and stay in the group.
+    QList<FileItem> unproven;
+    bool cancelled = false;
+
+    // The members proven to be copies of the kept one.
+    QList<FileItem> provenExtras() const;
+};
+// A group that was not sampled is proven already and is not read again.
+Proof proveGroup(const DuplicateGroup &group, const std::atomic<bool> *cancel = nullptr);
 // The copy to keep: outside Downloads, then without a copy mark in its name, then the oldest.
 QUrl pickKeeper(const QList<FileItem> &files);
 

@@ -1,11 +1,13 @@
 #include "NaturalSearch.h"
 
+#include "UTType.h"
 #include "UserPlaces.h"
 
 #include <QDir>
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -34,6 +36,14 @@ namespace {
         for (const char *word : words)
             list.append(QString::fromLatin1(word));
         return list;
+    }
+
+    // Whether files of these name endings are of the category (some of them at least, as "csv" among
+    // the spreadsheets is text rather than a document): the endings then name a part of it.
+    bool narrows(const QStringList &extensions, FileCategory category)
+    {
+        return std::any_of(extensions.begin(), extensions.end(),
+            [category](const QString &extension) { return FileCategory::classify(UTType::fromFilenameExtension(extension), false) == category; });
     }
 
     const QSet<QString> &stopwords()
@@ -125,11 +135,13 @@ namespace {
             row({"music", "song", "songs", "track", "tracks", "audio", "podcast", "podcasts"}, {FileCategory::music, {}, false, QStringLiteral("Music")});
             row({"document", "documents", "doc", "docs"}, {FileCategory::documents, {}, false, QStringLiteral("Documents")});
             row({"pdf", "pdfs"}, {std::nullopt, wordList({"pdf"}), false, QStringLiteral("PDFs")});
-            row({"spreadsheet", "spreadsheets", "excel", "sheets", "xlsx", "csv", "csvs"},
-                {std::nullopt, wordList({"xlsx", "xls", "csv", "numbers", "tsv"}), false, QStringLiteral("Spreadsheets")});
-            row({"presentation", "presentations", "slides", "deck", "decks", "keynote", "keynotes", "powerpoint", "pptx"},
-                {std::nullopt, wordList({"key", "ppt", "pptx"}), false, QStringLiteral("Presentations")});
-            row({"word", "docx"}, {std::nullopt, wordList({"doc", "docx", "pages", "rtf"}), false, QStringLiteral("Word documents")});
+            // The office kinds take the open document formats beside the others: a spreadsheet is one
+            // whichever program made it.
+            row({"spreadsheet", "spreadsheets", "excel", "sheets", "xlsx", "csv", "csvs", "ods"},
+                {std::nullopt, wordList({"xlsx", "xls", "ods", "csv", "numbers", "tsv"}), false, QStringLiteral("Spreadsheets")});
+            row({"presentation", "presentations", "slides", "deck", "decks", "keynote", "keynotes", "powerpoint", "pptx", "odp"},
+                {std::nullopt, wordList({"key", "ppt", "pptx", "odp"}), false, QStringLiteral("Presentations")});
+            row({"word", "docx", "odt"}, {std::nullopt, wordList({"doc", "docx", "odt", "pages", "rtf"}), false, QStringLiteral("Word documents")});
             row({"zip", "zips", "archive", "archives", "compressed"}, {FileCategory::archives, {}, false, QStringLiteral("Archives")});
             // Installers of this desktop too: the same three words find packages of every kind.
             row({"dmg", "dmgs", "installer", "installers", "pkg", "pkgs"},
@@ -144,7 +156,7 @@ namespace {
     const QSet<QString> &bareExtensions()
     {
         static const QSet<QString> words = wordSet({"png", "jpg", "jpeg", "heic", "gif", "webp", "svg", "tiff", "raw", "dng", "psd", "mov", "mp4", "m4v", "mkv",
-            "avi", "webm", "mp3", "m4a", "wav", "flac", "aac", "txt", "md", "rtf", "pages", "numbers", "epub", "json", "html", "iso"});
+            "avi", "webm", "mp3", "m4a", "wav", "flac", "aac", "txt", "md", "rtf", "pages", "numbers", "odg", "epub", "json", "html", "iso"});
         return words;
     }
 
@@ -614,6 +626,13 @@ namespace {
             const Kind &row = *found;
             if (row.screenshots)
                 q.screenshotsOnly = true;
+            // The general word of a kind right after a narrower kind of it names the narrower kind:
+            // "word documents", "pdf documents", "excel documents".
+            if (row.category && prev() && !q.extensions.isEmpty()) {
+                const auto before = kinds().constFind(*prev());
+                if (before != kinds().cend() && before->extensions == q.extensions && narrows(q.extensions, *row.category))
+                    return 1;
+            }
             if (row.category) {
                 q.category = row.category;
                 q.extensions.clear();

@@ -7,6 +7,8 @@
 #include <QMutexLocker>
 #include <QSet>
 
+#include <algorithm>
+
 namespace {
 
 DownloadSource row(const char *name, const char *symbol, QStringList domains, QStringList keywords)
@@ -58,6 +60,17 @@ QString hostOf(const QString &address)
 {
     const QUrl url(address, QUrl::TolerantMode);
     return url.isValid() ? url.host().toLower() : QString();
+}
+
+// Four decimal numbers of at most 255, as a parsed address gives them.
+bool isIPv4(QStringView host)
+{
+    const QList<QStringView> parts = host.split(u'.');
+    return parts.size() == 4 && std::all_of(parts.begin(), parts.end(), [](QStringView part) {
+        bool ok = false;
+        return !part.isEmpty() && part.size() <= 3 && std::all_of(part.begin(), part.end(), [](QChar c) { return c.isDigit(); }) && part.toUInt(&ok) <= 255
+            && ok;
+    });
 }
 
 bool hostMatches(const QString &host, const QString &domain)
@@ -210,6 +223,12 @@ std::optional<DownloadSource> classify(const QStringList &froms)
 
 QString registrableDomain(QStringView host)
 {
+    // An address has no registry part: the whole of it names the machine. IPv6 keeps the brackets it
+    // is written with in a link, so that it reads as an address.
+    if (host.contains(u':'))
+        return host.startsWith(u'[') ? host.toString() : u'[' + host.toString() + u']';
+    if (isIPv4(host))
+        return host.toString();
     QList<QStringView> labels = host.split(u'.', Qt::SkipEmptyParts);
     if (!labels.isEmpty() && labels.first() == u"www")
         labels.removeFirst();

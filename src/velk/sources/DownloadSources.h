@@ -40,7 +40,8 @@ std::optional<DownloadSource> source(const QUrl &file);
 // The file's stored download addresses, empty entries dropped.
 QStringList whereFroms(const QUrl &file);
 std::optional<DownloadSource> classify(const QStringList &froms);
-// The part of a host name a person would call the site: "mail.example.co.uk" is "example.co.uk".
+// The part of a host name a person would call the site: "mail.example.co.uk" is "example.co.uk". An IP
+// address is kept whole: "192.168.1.20", and IPv6 in brackets, "[::1]".
 QString registrableDomain(QStringView host);
 std::optional<DownloadSource> named(QStringView name);
 // The catalog row with this exact lower-case keyword.

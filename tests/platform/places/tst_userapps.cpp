@@ -2,7 +2,6 @@
 #include "places/UserApps.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -71,18 +70,7 @@ private Q_SLOTS:
     void appsOfTheSystemAndThePackageManager()
     {
         TestHome home;
-        QTemporaryDir system;
-        QVERIFY(system.isValid());
-        const QString systemApps = system.filePath(u"applications"_s);
-        QVERIFY(QDir().mkpath(systemApps));
-        qputenv("XDG_DATA_DIRS", QFile::encodeName(system.path()) + ":/usr/share");
-        const auto systemEntry = [&](const QString &name) {
-            QFile f(systemApps + u'/' + name);
-            if (!f.open(QIODevice::WriteOnly))
-                qFatal("cannot write %s", qPrintable(f.fileName()));
-            f.write(entry("System"));
-            return f.fileName();
-        };
+        const auto systemEntry = [&](const QString &name) { return home.systemFile(u"applications/"_s + name, entry("System")); };
 
         // Flatpak and snapd mark the launchers they export.
         QVERIFY(

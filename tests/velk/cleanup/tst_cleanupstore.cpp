@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <unistd.h>
@@ -31,7 +30,6 @@ QByteArray bookmark(const QString &path, const QDateTime &when)
 // A home with something for every rule but screenshots, and a few files each rule must leave alone.
 struct Fixture {
     TestHome home;
-    QTemporaryDir system;
     QDateTime now = QDateTime::currentDateTimeUtc();
     QString setup;
 
@@ -70,12 +68,7 @@ struct Fixture {
         home.file(u"Applications/Editor-3.1-x86_64.AppImage"_s, QByteArray(60'000, 'e'), lastYear);
         home.file(u".local/share/applications/org.example.Notes.desktop"_s, appEntry("Notes"), lastYear);
         home.file(u".local/share/applications/org.example.Flat.desktop"_s, appEntry("Flat", "X-Flatpak=org.example.Flat\n"), lastYear);
-        QDir().mkpath(system.filePath(u"applications"_s));
-        QFile shipped(system.filePath(u"applications/org.example.Shipped.desktop"_s));
-        if (shipped.open(QIODevice::WriteOnly))
-            shipped.write(appEntry("Shipped"));
-        shipped.close();
-        qputenv("XDG_DATA_DIRS", QFile::encodeName(system.path()) + ":/usr/share");
+        home.systemFile(u"applications/org.example.Shipped.desktop"_s, appEntry("Shipped"));
         home.file(u".local/share/applications/org.example.Shipped.desktop"_s, appEntry("Shipped, adjusted"), lastYear);
         if (::geteuid() == 0) {
             const QString foreign = home.file(u"Applications/Foreign.AppImage"_s, QByteArray(9000, 'f'), lastYear);

@@ -5,6 +5,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
 #include <QPainter>
@@ -157,6 +158,53 @@ private Q_SLOTS:
         QCoro::waitFor(finder.scan({}));
         QCOMPARE(phases.count(Phase {Phase::gathering}), 2);
         QCOMPARE(finder.exact().size(), 2);
+    }
+
+    // Copies compared by samples are compared in full before they go to the Trash: one that differs
+    // between the samples stays where it is and leaves the group, and the outcome names it.
+    void sampledCopiesAreProvenBeforeTheTrash()
+    {
+        Fixture f;
+        constexpr qint64 size = 40 * 1048576;
+        const QDateTime old(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
+        const QString kept = f.home.sparseFile(u"Documents/backup.img"_s, size);
+        TestHome::setModified(kept, old);
+        const QString copy = f.home.sparseFile(u"Downloads/backup.img"_s, size);
+        const QString other = f.home.sparseFile(u"Downloads/backup (1).img"_s, size);
+        {
+            QFile file(other);
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.seek(qint64(double(size - 1048576) * 20 / 31.0) + 1048576 + 4096));
+            QCOMPARE(file.write("x"), 1);
+        }
+        f.indexHome();
+
+        DuplicateFinder finder(*f.index, 32 * 1048576);
+        QCoro::waitFor(finder.scan({}));
+        QCOMPARE(finder.exact().size(), 1);
+        const DuplicateGroup group = finder.exact().first();
+        QVERIFY(group.sampled);
+        QCOMPARE(group.files.size(), 3);
+        QCOMPARE(group.keep, QUrl::fromLocalFile(kept));
+
+        // An unknown group moves nothing.
+        const DuplicateFinder::TrashOutcome none = QCoro::waitFor(finder.trashExtras({QUuid::createUuid()}));
+        QVERIFY(none.moved.isEmpty() && none.differing.isEmpty());
+        QCOMPARE(finder.exact().size(), 1);
+
+        const DuplicateFinder::TrashOutcome outcome = QCoro::waitFor(finder.trashExtras({group.id}));
+        QVERIFY(!outcome.cancelled);
+        QCOMPARE(outcome.moved, QSet<QUrl> {QUrl::fromLocalFile(copy)});
+        QCOMPARE(outcome.differing.size(), 1);
+        QCOMPARE(outcome.differing.first().url, QUrl::fromLocalFile(other));
+        QVERIFY(outcome.unproven.isEmpty());
+        QVERIFY(QFileInfo::exists(kept));
+        QVERIFY(QFileInfo::exists(other));
+        QVERIFY(!QFileInfo::exists(copy));
+        QVERIFY(QFileInfo::exists(f.home.path(u".local/share/Trash/files/backup.img"_s)));
+        // The group kept one file: it is gone.
+        QVERIFY(finder.exact().isEmpty());
+        QCOMPARE(finder.extraCopies(), 0);
     }
 
     void scanWithNothingToCompare()

@@ -247,6 +247,68 @@ private Q_SLOTS:
         QCOMPARE(sampleOffset(31) + 1048576, size);
     }
 
+    // Above the bound, files are compared by samples; a group of them is marked so, and proving it reads
+    // every member in full against the kept copy. The bound is the caller's, so these files are small
+    // (and sparse): just above the thirty-two samples of a mebibyte each.
+    void sampledGroupsAreProven()
+    {
+        TestHome home;
+        constexpr qint64 size = 40 * 1048576;
+        constexpr qint64 bound = 32 * 1048576;
+        const qint64 betweenSamples = qint64(double(size - 1048576) * 7 / 31.0) + 1048576 + 1000;
+        const auto sparse = [&](const QString &name, qint64 changedAt) {
+            const QString path = home.sparseFile(name, size);
+            if (changedAt >= 0) {
+                QFile file(path);
+                if (!file.open(QIODevice::ReadWrite) || !file.seek(changedAt) || file.write("x") != 1)
+                    qFatal("cannot change %s", qPrintable(path));
+            }
+            return item(path, size);
+        };
+        const FileItem kept = sparse(u"Documents/disk.img"_s, -1);
+        const FileItem copy = sparse(u"Documents/disk copy.img"_s, -1);
+        const FileItem other = sparse(u"Documents/disk (2).img"_s, betweenSamples);
+        const FileItem atTheEnd = sparse(u"Documents/disk (3).img"_s, size - 1);
+
+        // Read whole, the one that differs between the samples is no copy; by samples it is.
+        const QList<DuplicateGroup> read = DuplicateScanner::exactDuplicates({kept, copy, other, atTheEnd});
+        QCOMPARE(read.size(), 1);
+        QCOMPARE(sortedNames(read[0]), (QStringList {u"disk copy.img"_s, u"disk.img"_s}));
+        QVERIFY(!read[0].sampled);
+        const QList<DuplicateGroup> sampled = DuplicateScanner::exactDuplicates({kept, copy, other, atTheEnd}, {}, bound);
+        QCOMPARE(sampled.size(), 1);
+        QCOMPARE(sortedNames(sampled[0]), (QStringList {u"disk (2).img"_s, u"disk copy.img"_s, u"disk.img"_s}));
+        QVERIFY(sampled[0].sampled);
+        QCOMPARE(sampled[0].keep, kept.url);
+
+        QCOMPARE(DuplicateScanner::compareInFull(kept.url, copy.url), DuplicateScanner::Sameness::same);
+        QCOMPARE(DuplicateScanner::compareInFull(kept.url, other.url), DuplicateScanner::Sameness::different);
+        QCOMPARE(DuplicateScanner::compareInFull(kept.url, atTheEnd.url), DuplicateScanner::Sameness::different);
+        QCOMPARE(DuplicateScanner::compareInFull(kept.url, QUrl::fromLocalFile(home.path(u"missing"_s))), DuplicateScanner::Sameness::unreadable);
+        const std::atomic<bool> stop = true;
+        QCOMPARE(DuplicateScanner::compareInFull(kept.url, copy.url, &stop), DuplicateScanner::Sameness::cancelled);
+
+        const DuplicateScanner::Proof proof = DuplicateScanner::proveGroup(sampled[0]);
+        QCOMPARE(names(proof.differing), QStringList {u"disk (2).img"_s});
+        QCOMPARE(sortedNames(proof.group), (QStringList {u"disk copy.img"_s, u"disk.img"_s}));
+        QCOMPARE(proof.group.id, sampled[0].id);
+        QCOMPARE(names(proof.provenExtras()), QStringList {u"disk copy.img"_s});
+        QVERIFY(proof.unproven.isEmpty() && !proof.cancelled);
+
+        // A stopped proof proves nothing; a member gone meanwhile is not proven, and stays in the group.
+        const DuplicateScanner::Proof stopped = DuplicateScanner::proveGroup(sampled[0], &stop);
+        QVERIFY(stopped.cancelled);
+        QVERIFY(stopped.provenExtras().isEmpty());
+        QVERIFY(stopped.differing.isEmpty());
+        QVERIFY(QFile::remove(copy.path()));
+        const DuplicateScanner::Proof withGone = DuplicateScanner::proveGroup(sampled[0]);
+        QCOMPARE(names(withGone.unproven), QStringList {u"disk copy.img"_s});
+        QCOMPARE(names(withGone.differing), QStringList {u"disk (2).img"_s});
+        QVERIFY(withGone.provenExtras().isEmpty());
+        // A group read whole is proven already: nothing is read again.
+        QVERIFY(DuplicateScanner::proveGroup(read[0]).provenExtras().size() == 1);
+    }
+
     void keepers_data()
     {
         QTest::addColumn<QStringList>("paths");

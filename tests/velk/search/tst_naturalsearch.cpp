@@ -325,8 +325,18 @@ private Q_SLOTS:
         row("photos screenshots", Q().category(FileCategory::images).shots().kind("Screenshots"));
         row("photos pdf", Q().ext({"pdf"}).kind("PDFs"));
         row("pdf photos", Q().category(FileCategory::images).kind("Photos"));
-        row("excel", Q().ext({"xlsx", "xls", "csv", "numbers", "tsv"}).kind("Spreadsheets"));
-        row("word", Q().ext({"doc", "docx", "pages", "rtf"}).kind("Word documents"));
+        row("excel", Q().ext({"xlsx", "xls", "ods", "csv", "numbers", "tsv"}).kind("Spreadsheets"));
+        row("presentations", Q().ext({"key", "ppt", "pptx", "odp"}).kind("Presentations"));
+        row("word", Q().ext({"doc", "docx", "odt", "pages", "rtf"}).kind("Word documents"));
+        // The general word after a narrower kind keeps the narrower kind; elsewhere the last kind wins.
+        row("word documents", Q().ext({"doc", "docx", "odt", "pages", "rtf"}).kind("Word documents"));
+        row("pdf documents", Q().ext({"pdf"}).kind("PDFs"));
+        row("spreadsheet documents", Q().ext({"xlsx", "xls", "ods", "csv", "numbers", "tsv"}).kind("Spreadsheets"));
+        row("word documents from last week",
+            Q().ext({"doc", "docx", "odt", "pages", "rtf"}).kind("Word documents").range(berlin(2026, 6, 8), berlin(2026, 6, 15), "Last week"));
+        row("word big documents", Q().min(100'000'000).category(FileCategory::documents).kind("Documents"));
+        row("documents word", Q().ext({"doc", "docx", "odt", "pages", "rtf"}).kind("Word documents"));
+        row("odg", Q().ext({"odg"}).kind("ODG"));
         row("installers", Q().ext({"dmg", "pkg", "mpkg", "deb", "rpm", "flatpakref", "snap"}).kind("Installers"));
         row("zip", Q().category(FileCategory::archives).kind("Archives"));
         row("png jpg", Q().ext({"png", "jpg", "jpeg"}).kind("PNG, JPG"));

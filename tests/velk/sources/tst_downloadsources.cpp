@@ -104,6 +104,12 @@ void TestDownloadSources::classify_data()
     row("unknown, second host", {"https://cdn.fastserve.net/f.zip", "https://www.shop.example.com/p"}, "example.com", "https://cdn.fastserve.net/f.zip",
         "globe", {"example.com"});
     row("unknown, www dropped", {"http://www.example.org/a"}, "example.org", "http://www.example.org/a", "globe", {"example.org"});
+    // A machine named by its address is named by all of it; IPv6 in the brackets of its link.
+    row("IPv4 address", {"http://192.168.1.20/x.zip"}, "192.168.1.20", "http://192.168.1.20/x.zip", "globe", {"192.168.1.20"});
+    row("IPv4 address with port", {"http://10.0.0.7:8080/a/b.iso"}, "10.0.0.7", "http://10.0.0.7:8080/a/b.iso", "globe", {"10.0.0.7"});
+    row("IPv6 address", {"http://[::1]:8080/"}, "[::1]", "http://[::1]:8080/", "globe", {"[::1]"});
+    row("IPv6 address, full", {"https://[2001:DB8::8:800:200C:417A]/f"}, "[2001:db8::8:800:200c:417a]", "https://[2001:DB8::8:800:200C:417A]/f", "globe",
+        {"[2001:db8::8:800:200c:417a]"});
     row("mail address", {"Alice <alice@example.com>"}, "Mail", "Alice <alice@example.com>", "envelope.fill", {"@"});
     // "httpd log" would be the chosen link, but mail takes the first entry.
     row("mail link is first entry", {"bob@example.com", "httpd log"}, "Mail", "bob@example.com", "envelope.fill", {"@"});
@@ -155,6 +161,13 @@ void TestDownloadSources::registrableDomain_data()
     row("www.www.com", "www.com");
     row(".a..b.example.org.", "example.org");
     row("localhost", "localhost");
+    row("192.168.1.20", "192.168.1.20");
+    row("::1", "[::1]");
+    row("[fe80::1]", "[fe80::1]");
+    // Not addresses: a number too large for one, and names that only begin or end with digits.
+    row("1.2.3.256", "3.256");
+    row("cdn.1.2.3.example.com", "example.com");
+    row("files.2024.io", "2024.io");
     row("", "");
 }
 
@@ -244,6 +257,7 @@ void TestDownloadSources::readsStoredAddresses()
     const QString terminated = stamped(home, "nul.zip", {{kOrigin, QByteArray("https://zoom.us/rec\0\0", 21)}, {kReferrer, QByteArray("\0\0", 2)}});
     const QString binary = stamped(home, "binary.bin", {{kOrigin, QByteArray("\xff\x00\xfe\x80", 4)}});
     const QString plain = home.file("plain.txt", "data");
+    const QString lan = stamped(home, "lan.zip", {{kOrigin, "http://192.168.1.20/x.zip"}});
 
     QCOMPARE(DownloadSources::whereFroms(QUrl::fromLocalFile(both)), (QStringList {"https://objects.example.net/r.zip", "https://github.com/o/r/releases"}));
     QCOMPARE(DownloadSources::whereFroms(QUrl::fromLocalFile(emptyOrigin)), QStringList {"https://t.me/c/1"});
@@ -259,6 +273,7 @@ void TestDownloadSources::readsStoredAddresses()
     QCOMPARE(nameOf(DownloadSources::source(QUrl::fromLocalFile(both))), "GitHub");
     QCOMPARE(DownloadSources::source(QUrl::fromLocalFile(both))->link, "https://objects.example.net/r.zip");
     QCOMPARE(nameOf(DownloadSources::source(QUrl::fromLocalFile(emptyOrigin))), "Telegram");
+    QCOMPARE(nameOf(DownloadSources::source(QUrl::fromLocalFile(lan))), "192.168.1.20");
     QCOMPARE(nameOf(DownloadSources::source(QUrl::fromLocalFile(binary))), "<none>");
     QCOMPARE(nameOf(DownloadSources::source(QUrl::fromLocalFile(plain))), "<none>");
     QCOMPARE(nameOf(DownloadSources::source(QUrl("not a url at all"))), "<none>");

@@ -97,7 +97,20 @@ namespace {
 
 } // namespace
 
+Places Places::current()
+{
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
+    return {pictures.isEmpty() ? QString() : QDir::cleanPath(pictures + u"/Screenshots"_s),
+        movies.isEmpty() ? QString() : QDir::cleanPath(movies + u"/Screencasts"_s)};
+}
+
 bool byPlaceOrName(const QString &path, QStringView name, bool video)
+{
+    return byPlaceOrName(Places::current(), path, name, video);
+}
+
+bool byPlaceOrName(const Places &places, const QString &path, QStringView name, bool video)
 {
     const QString lower = folded(name);
     for (QStringView prefix : kPictureNames) {
@@ -119,10 +132,7 @@ bool byPlaceOrName(const QString &path, QStringView name, bool video)
 
     // Both folders count for both kinds: some tools record the screen into the screenshots folder.
     const QString clean = QDir::cleanPath(path);
-    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
-    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
-    return (!pictures.isEmpty() && isBelow(clean, QDir::cleanPath(pictures + u"/Screenshots"_s)))
-        || (!movies.isEmpty() && isBelow(clean, QDir::cleanPath(movies + u"/Screencasts"_s)));
+    return isBelow(clean, places.screenshots) || isBelow(clean, places.screencasts);
 }
 
 bool namesCaptureTool(QStringView software)
