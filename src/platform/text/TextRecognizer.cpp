@@ -1,7 +1,9 @@
 #include "TextRecognizer.h"
 
+#include "InputFile.h"
 #include "PdfText.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QStringList>
@@ -40,7 +42,11 @@ QString TextRecognizer::text(const QString &path)
 
 QImage TextRecognizer::loadPicture(const QString &path)
 {
-    QImageReader reader(path);
+    const InputFile file(path);
+    QFile device;
+    if (!file.openDevice(device))
+        return {};
+    QImageReader reader(&device);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     if (size.isValid() && std::max(size.width(), size.height()) > kMaxPictureSide)
