@@ -62,25 +62,34 @@ int RawStream::seek(INT64 offset, int whence)
         target += m_cursor.size();
     else if (whence != SEEK_SET)
         return -1;
-    // As a stream file does, a seek past the end stops at the end.
-    return m_cursor.seek(std::min<qint64>(target, m_cursor.size())) ? 0 : -1;
+    // As LibRaw's own file stream does: a position past the end is kept (and reads nothing there), a
+    // negative one fails and leaves the position as it was.
+    return m_cursor.seek(target) ? 0 : -1;
 }
 
 char *RawStream::gets(char *line, int size)
 {
-    if (size <= 0)
+    // As std::istream::getline, which LibRaw's own file stream uses: the line ends at a newline, which is
+    // taken but not kept; a line longer than the buffer, or nothing at all, is a failure.
+    if (size < 1)
         return nullptr;
     int n = 0;
-    while (n < size - 1) {
+    for (;;) {
         const int c = m_cursor.getChar();
-        if (c < 0)
-            break;
-        line[n++] = char(c);
+        if (c < 0) {
+            line[n] = '\0';
+            return n > 0 ? line : nullptr;
+        }
         if (c == '\n')
             break;
+        if (n == size - 1) {
+            line[n] = '\0';
+            return nullptr;
+        }
+        line[n++] = char(c);
     }
     line[n] = '\0';
-    return n > 0 ? line : nullptr;
+    return line;
 }
 
 int RawStream::scanf_one(const char *format, void *value)
