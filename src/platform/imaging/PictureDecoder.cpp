@@ -1,5 +1,8 @@
 #include "PictureDecoder.h"
 
+#include "InputFile.h"
+#include "media/MediaInput.h"
+
 #include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
@@ -49,24 +52,21 @@ namespace {
             || extension.compare(u"hif", Qt::CaseInsensitive) == 0;
     }
 
-    bool looksLikeHeif(const QString &path)
+    bool looksLikeHeif(const InputFile &file)
     {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        const QByteArray head = file.read(32);
+        const QByteArray head = file.readAt(0, 32);
         if (head.size() < 12)
             return false;
         const heif_filetype_result result = heif_check_filetype(reinterpret_cast<const uint8_t *>(head.constData()), int(head.size()));
         return result == heif_filetype_yes_supported;
     }
 
-    QImage heifThumbnail(const QString &path, int maxPixelSize)
+    QImage heifThumbnail(const InputFile &file, int maxPixelSize)
     {
+        // Declared first: libheif reads through it while the context lives.
+        MediaInput::HeifReader reader(file);
         std::unique_ptr<heif_context, decltype(&heif_context_free)> context(heif_context_alloc(), heif_context_free);
-        if (!context)
-            return {};
-        if (heif_context_read_from_file(context.get(), QFile::encodeName(path).constData(), nullptr).code != heif_error_Ok)
+        if (!context || !reader.readInto(context.get()))
             return {};
         heif_image_handle *rawHandle = nullptr;
         if (heif_context_get_primary_image_handle(context.get(), &rawHandle).code != heif_error_Ok || !rawHandle)
@@ -109,18 +109,16 @@ namespace {
         return image.transformed(transform);
     }
 
-    QImage rawThumbnail(const QString &path, int maxPixelSize)
+    QImage rawThumbnail(const InputFile &file, int maxPixelSize)
     {
-        std::unique_ptr<libraw_data_t, decltype(&libraw_close)> raw(libraw_init(0), libraw_close);
-        if (!raw)
-            return {};
-        if (libraw_open_file(raw.get(), QFile::encodeName(path).constData()) != LIBRAW_SUCCESS)
-            return {};
-        if (libraw_unpack_thumb(raw.get()) != LIBRAW_SUCCESS)
+        // Declared first: LibRaw reads through it until it is gone.
+        MediaInput::RawStream stream(file);
+        // LibRaw's state is large; it does not belong on the stack.
+        auto raw = std::make_unique<LibRaw>();
+        if (raw->open_datastream(&stream) != LIBRAW_SUCCESS || raw->unpack_thumb() != LIBRAW_SUCCESS)
             return {};
         int error = 0;
-        std::unique_ptr<libraw_processed_image_t, decltype(&libraw_dcraw_clear_mem)> thumb(
-            libraw_dcraw_make_mem_thumb(raw.get(), &error), libraw_dcraw_clear_mem);
+        std::unique_ptr<libraw_processed_image_t, decltype(&LibRaw::dcraw_clear_mem)> thumb(raw->dcraw_make_mem_thumb(&error), LibRaw::dcraw_clear_mem);
         if (!thumb || error != LIBRAW_SUCCESS || thumb->data_size == 0)
             return {};
         QImage image;
@@ -140,7 +138,7 @@ namespace {
         }
         if (image.isNull())
             return {};
-        return turned(std::move(image), raw->sizes.flip);
+        return turned(std::move(image), raw->imgdata.sizes.flip);
     }
 
 } // namespace
@@ -160,15 +158,21 @@ QImage thumbnail(const QString &path, int maxPixelSize)
 {
     if (maxPixelSize < 1)
         return {};
+    const InputFile file(path);
+    if (!file.isOpen())
+        return {};
     const QString extension = QFileInfo(path).suffix();
-    if (isHeif(extension) || looksLikeHeif(path))
-        return heifThumbnail(path, maxPixelSize);
+    if (isHeif(extension) || looksLikeHeif(file))
+        return heifThumbnail(file, maxPixelSize);
     if (isCameraRaw(extension)) {
-        if (QImage image = rawThumbnail(path, maxPixelSize); !image.isNull())
+        if (QImage image = rawThumbnail(file, maxPixelSize); !image.isNull())
             return image;
         // A DNG without a preview is still a TIFF that Qt may read.
     }
-    QImageReader reader(path);
+    QFile device;
+    if (!file.openDevice(device))
+        return {};
+    QImageReader reader(&device);
     reader.setDecideFormatFromContent(true);
     return readScaled(reader, maxPixelSize, true);
 }

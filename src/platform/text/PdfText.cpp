@@ -1,6 +1,8 @@
 #include "PdfText.h"
 
-#include <QFile>
+#include "InputFile.h"
+#include "media/MediaInput.h"
+
 #include <QStringList>
 
 #include <poppler/cpp/poppler-document.h>
@@ -50,7 +52,9 @@ void silencePoppler()
 PdfDocument::PdfDocument(const QString &path)
 {
     silencePoppler();
-    m_document.reset(poppler::document::load_from_file(QFile::encodeName(path).toStdString()));
+    const InputFile file(path);
+    m_document = MediaInput::loadPdf(file);
+    // Without the password poppler can tell nothing more; a locked document counts as unreadable.
     if (m_document && m_document->is_locked())
         m_document.reset();
 }

@@ -2,7 +2,7 @@
 
 #include "PdfText.h"
 
-#include "FilePath.h"
+#include "InputFile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,10 +10,6 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 QString TextReading::text(const QString &path)
 {
@@ -42,22 +38,11 @@ QString TextReading::text(const QString &path)
 
 QImage TextReading::loadPicture(const QString &path)
 {
-    // Opened once, without blocking and without touching the access time, and only when it is a
-    // regular file; the decoder reads from that descriptor.
-    const QByteArray native = FilePath::toNative(path);
-    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    int fd = ::open(native.constData(), flags | O_NOATIME);
-    if (fd < 0 && errno == EPERM)
-        fd = ::open(native.constData(), flags);
-    if (fd < 0)
+    const InputFile file(path);
+    QFile device;
+    if (!file.openDevice(device))
         return {};
-    struct stat st;
-    QFile file;
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(fd);
-        return {};
-    }
-    QImageReader reader(&file);
+    QImageReader reader(&device);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     if (size.isValid() && std::max(size.width(), size.height()) > kMaxPictureSide)

@@ -1,9 +1,13 @@
 #include "ThumbnailGenerator.h"
 
+#include "FilePath.h"
+#include "InputFile.h"
 #include "UTType.h"
+#include "media/MediaInput.h"
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QTransform>
 
@@ -24,6 +28,7 @@
 #include <taglib/mpegfile.h>
 #include <taglib/opusfile.h>
 #include <taglib/tdebuglistener.h>
+#include <taglib/tfilestream.h>
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
@@ -107,17 +112,22 @@ namespace {
         return readScaled(reader, pixels, upright);
     }
 
-    QImage picture(const QString &path, int pixels)
+    QImage picture(const InputFile &file, int pixels)
     {
-        QImageReader reader(path);
+        QFile device;
+        if (!file.openDevice(device))
+            return {};
+        QImageReader reader(&device);
         reader.setDecideFormatFromContent(true);
         return readScaled(reader, pixels, true);
     }
 
-    QImage heif(const QString &path, int pixels)
+    QImage heif(const InputFile &file, int pixels)
     {
+        // Declared first: libheif reads through it while the context lives.
+        MediaInput::HeifReader reader(file);
         std::unique_ptr<heif_context, decltype(&heif_context_free)> context(heif_context_alloc(), heif_context_free);
-        if (!context || heif_context_read_from_file(context.get(), QFile::encodeName(path).constData(), nullptr).code != heif_error_Ok)
+        if (!context || !reader.readInto(context.get()))
             return {};
         heif_image_handle *primary = nullptr;
         if (heif_context_get_primary_image_handle(context.get(), &primary).code != heif_error_Ok)
@@ -160,11 +170,13 @@ namespace {
         return QImage(bitmap->data, bitmap->width, bitmap->height, bitmap->width * 3, QImage::Format_RGB888).copy();
     }
 
-    QImage cameraRaw(const QString &path, int pixels, const std::atomic<bool> *cancelled)
+    QImage cameraRaw(const InputFile &file, int pixels, const std::atomic<bool> *cancelled)
     {
+        // Declared first: LibRaw reads through it until it is gone.
+        MediaInput::RawStream stream(file);
         // LibRaw's state is large; it does not belong on a worker's stack.
         auto raw = std::make_unique<LibRaw>();
-        if (raw->open_file(QFile::encodeName(path).constData()) != LIBRAW_SUCCESS)
+        if (raw->open_datastream(&stream) != LIBRAW_SUCCESS)
             return {};
 
         QImage image;
@@ -201,10 +213,11 @@ namespace {
         return full.isNull() ? image : full;
     }
 
-    QImage pdf(const QString &path, int pixels, const std::atomic<bool> *cancelled)
+    QImage pdf(const InputFile &file, int pixels, const std::atomic<bool> *cancelled)
     {
-        const QByteArray file = QFile::encodeName(path);
-        std::unique_ptr<poppler::document> document(poppler::document::load_from_file(std::string(file.constData(), size_t(file.size()))));
+        const std::unique_ptr<poppler::document> document = MediaInput::loadPdf(file);
+        // A locked document shows nothing without its password; the lock is asked first, as poppler
+        // fails on other questions about such a document.
         if (!document || document->is_locked() || document->pages() < 1 || isCancelled(cancelled))
             return {};
         std::unique_ptr<poppler::page> page(document->create_page(0));
@@ -228,16 +241,23 @@ namespace {
             pixels);
     }
 
-    QImage video(const QString &path, int pixels)
+    QImage video(const InputFile &file, const QString &path, int pixels)
     {
+        // ffmpegthumbnailer decodes from a demuxer opened here over the descriptor; the name only helps
+        // the probe. Seeking and decoding a damaged file get this long in all.
+        constexpr qint64 kMaxMilliseconds = 20'000;
+        const MediaInput::FormatInput input(file, QFileInfo(path).fileName(), kMaxMilliseconds);
+        if (!input.context())
+            return {};
         try {
             ffmpegthumbnailer::VideoThumbnailer thumbnailer(pixels, false, true, 8, false);
             thumbnailer.setLogCallback([](ThumbnailerLogLevel, const std::string &) {});
             // Past the opening titles and fades, as file managers pick their frame.
             thumbnailer.setSeekPercentage(10);
             std::vector<uint8_t> rgb;
-            const QByteArray file = QFile::encodeName(path);
-            const ffmpegthumbnailer::VideoFrameInfo frame = thumbnailer.generateThumbnail(std::string(file.constData(), size_t(file.size())), Rgb, rgb);
+            const QByteArray name = FilePath::toNative(path);
+            const ffmpegthumbnailer::VideoFrameInfo frame
+                = thumbnailer.generateThumbnail(std::string(name.constData(), size_t(name.size())), Rgb, rgb, input.context());
             if (frame.width <= 0 || frame.height <= 0 || rgb.size() < size_t(frame.width) * size_t(frame.height) * 3)
                 return {};
             return fitted(QImage(rgb.data(), frame.width, frame.height, frame.width * 3, QImage::Format_RGB888).copy(), pixels);
@@ -277,9 +297,13 @@ namespace {
         return first;
     }
 
-    QByteArray coverArt(const QString &path)
+    QByteArray coverArt(const InputFile &input)
     {
-        const TagLib::FileRef ref(QFile::encodeName(path).constData(), false);
+        // The stream owns a copy of the descriptor; TagLib tells the format by the contents.
+        TagLib::FileStream stream(input.duplicate(), true);
+        if (!stream.isOpen())
+            return {};
+        const TagLib::FileRef ref(&stream, false);
         TagLib::File *file = ref.file();
         if (!file || !file->isValid())
             return {};
@@ -324,24 +348,29 @@ QImage generate(const QString &path, Kind kind, int pixels, const std::atomic<bo
 {
     if (pixels <= 0 || isCancelled(cancelled))
         return {};
+    if (kind == Kind::none)
+        return {};
     quietLibraries();
+    const InputFile file(path);
+    if (!file.isOpen())
+        return {};
     switch (kind) {
     case Kind::none:
         return {};
     case Kind::picture:
-        return picture(path, pixels);
+        return picture(file, pixels);
     case Kind::heif:
-        return heif(path, pixels);
+        return heif(file, pixels);
     case Kind::cameraRaw:
-        return cameraRaw(path, pixels, cancelled);
+        return cameraRaw(file, pixels, cancelled);
     case Kind::pdf:
-        return pdf(path, pixels, cancelled);
+        return pdf(file, pixels, cancelled);
     case Kind::video:
-        return video(path, pixels);
+        return video(file, path, pixels);
     case Kind::audio:
         break;
     }
-    const QByteArray cover = coverArt(path);
+    const QByteArray cover = coverArt(file);
     return cover.isEmpty() ? QImage() : fromBytes(cover, pixels);
 }
 

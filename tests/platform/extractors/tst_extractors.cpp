@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include <ctime>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using mdindex::ExtractedAttributes;
@@ -69,6 +70,16 @@ private Q_SLOTS:
         QCOMPARE(value(got, MDAttribute::contentCreationDate).toDateTime(), utc(2024, 1, 1, 4, 30, 0));
         QVERIFY(!got.contains(MDAttribute::acquisitionModel.toString()));
 
+        // A photo saved again by an editor that keeps the camera only in XMP.
+        const QString edited = home.path(u"Pictures/edited.jpg"_s);
+        QVERIFY2(samples::jpeg(edited, 64, 48, {u"set Xmp.tiff.Make Canon"_s, u"set Xmp.tiff.Model Canon EOS R6"_s}, &error), qPrintable(error));
+        got = extract(edited);
+        QCOMPARE(value(got, MDAttribute::acquisitionMake).toString(), u"Canon"_s);
+        QCOMPARE(value(got, MDAttribute::acquisitionModel).toString(), u"Canon EOS R6"_s);
+        // Where both are written, EXIF is what the camera said.
+        QVERIFY2(samples::jpeg(edited, 64, 48, {u"set Exif.Image.Make NIKON"_s, u"set Xmp.tiff.Make Canon"_s}, &error), qPrintable(error));
+        QCOMPARE(value(extract(edited), MDAttribute::acquisitionMake).toString(), u"NIKON"_s);
+
         // Sizes from the headers of the formats Qt reads.
         for (const char *format : {"PNG", "WEBP", "GIF"}) {
             const QString path = home.path(u"Pictures/small."_s + QString::fromLatin1(format).toLower());
@@ -81,6 +92,50 @@ private Q_SLOTS:
             QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), 30);
             QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 20);
         }
+    }
+
+    void svg()
+    {
+        TestHome home;
+        const QByteArray open = "<svg xmlns=\"http://www.w3.org/2000/svg\" ";
+        // A reader that fetched external entities would wait on this FIFO for ever.
+        const QString fifo = home.path(u"Pictures/entity"_s);
+        QDir().mkpath(QFileInfo(fifo).absolutePath());
+        QVERIFY(::mkfifo(QFile::encodeName(fifo).constData(), 0600) == 0);
+        const struct {
+            const char *name;
+            QByteArray contents;
+            qint64 width, height;
+        } cases[] = {
+            {"plain.svg", open + "width=\"120\" height=\"80\"/>", 120, 80},
+            {"units.svg", "<?xml version=\"1.0\"?>\n<!-- drawn by hand -->\n" + open + "width=\"2in\" height=\"25.4mm\" viewBox=\"0 0 10 10\"/>", 192, 96},
+            {"points.svg", open + "width=\"72pt\" height=\"1.5cm\"/>", 96, 57},
+            {"box.svg", open + "viewBox=\"0,0 300.5 150\"><rect width=\"10\" height=\"10\"/></svg>", 301, 150},
+            {"percent.svg", open + "width=\"100%\" height=\"100%\" viewBox=\"-5 -5 64 32\"/>", 64, 32},
+            {"oneside.svg", open + "width=\"200px\" viewBox=\"0 0 100 50\"/>", 200, 100},
+            {"entity.svg",
+                "<?xml version=\"1.0\"?><!DOCTYPE svg [<!ENTITY outside SYSTEM \"" + QFile::encodeName(fifo) + "\">]>" + open
+                    + "width=\"16\" height=\"16\"><text>&outside;</text></svg>",
+                16, 16},
+            {"relative.svg", open + "width=\"10em\" height=\"5em\"/>", 0, 0},
+            {"html.svg", "<html><svg width=\"10\" height=\"10\"/></html>", 0, 0},
+        };
+        for (const auto &c : cases) {
+            const QString path = home.file(u"Pictures/"_s + QLatin1StringView(c.name), c.contents);
+            const ExtractedAttributes got = extract(path);
+            QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), c.width);
+            QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), c.height);
+        }
+
+        // Compressed, as .svgz.
+        const QString plain = home.file(u"Pictures/drawing.svg"_s, open + "width=\"40\" height=\"30\"/>");
+        QString error;
+        QVERIFY2(samples::run(u"gzip"_s, {u"-n"_s, plain}, &error), qPrintable(error));
+        const QString compressed = home.path(u"Pictures/drawing.svgz"_s);
+        QVERIFY(QFile::rename(plain + u".gz"_s, compressed));
+        const ExtractedAttributes got = extract(compressed);
+        QCOMPARE(value(got, MDAttribute::pixelWidth).toLongLong(), 40);
+        QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 30);
     }
 
     void heic()
@@ -188,6 +243,25 @@ private Q_SLOTS:
             QCOMPARE(value(got, MDAttribute::codecs).toStringList(), QStringList {codec});
             QVERIFY2(qAbs(value(got, MDAttribute::durationSeconds).toDouble() - 2.0) < 0.1, qPrintable(name));
         }
+
+        // AIFF as ffmpeg and most programs write it: the title and author in text chunks of their own.
+        const QString aiff = home.path(u"Music/song.aiff"_s);
+        QString error;
+        QVERIFY2(samples::audio(aiff, {u"title=Four Forty"_s, u"author=Ann Example"_s}, &error), qPrintable(error));
+        ExtractedAttributes got = extract(aiff);
+        QCOMPARE(value(got, MDAttribute::title).toString(), u"Four Forty"_s);
+        QCOMPARE(value(got, MDAttribute::authors).toStringList(), QStringList {u"Ann Example"_s});
+        QCOMPARE(value(got, MDAttribute::codecs).toStringList(), QStringList {u"PCM"_s});
+        QVERIFY(qAbs(value(got, MDAttribute::durationSeconds).toDouble() - 2.0) < 0.1);
+        // With an ID3 chunk as well, its tags come first.
+        QVERIFY2(samples::run(u"ffmpeg"_s,
+                     {u"-v"_s, u"error"_s, u"-y"_s, u"-f"_s, u"lavfi"_s, u"-i"_s, u"sine=duration=2"_s, u"-write_id3v2"_s, u"1"_s, u"-metadata"_s,
+                         u"title=Four Forty"_s, u"-metadata"_s, u"artist=The Sine Waves"_s, aiff},
+                     &error),
+            qPrintable(error));
+        got = extract(aiff);
+        QCOMPARE(value(got, MDAttribute::title).toString(), u"Four Forty"_s);
+        QCOMPARE(value(got, MDAttribute::authors).toStringList(), QStringList {u"The Sine Waves"_s});
     }
 
     void video()
@@ -205,6 +279,8 @@ private Q_SLOTS:
         QCOMPARE(value(got, MDAttribute::codecs).toStringList(), (QStringList {u"H.264"_s, u"AAC"_s}));
         QVERIFY(qAbs(value(got, MDAttribute::durationSeconds).toDouble() - 2.0) < 0.15);
         QCOMPARE(value(got, MDAttribute::contentCreationDate).toDateTime(), utc(2024, 5, 6, 7, 8, 9));
+        QVERIFY(!got.contains(MDAttribute::title.toString()));
+        QVERIFY(!got.contains(MDAttribute::authors.toString()));
 
         const QString landscape = home.path(u"Videos/landscape.mkv"_s);
         QVERIFY2(
@@ -214,6 +290,19 @@ private Q_SLOTS:
         QCOMPARE(value(got, MDAttribute::pixelHeight).toLongLong(), 240);
         QCOMPARE(value(got, MDAttribute::codecs).toStringList(), (QStringList {u"VP9"_s, u"Opus"_s}));
         QVERIFY(!got.contains(MDAttribute::contentCreationDate.toString()));
+
+        // The title and artist a film was tagged with, in both kinds of container.
+        for (const QString &name : {u"titled.mp4"_s, u"titled.mkv"_s}) {
+            const QString path = home.path(u"Videos/"_s + name);
+            QVERIFY2(samples::run(u"ffmpeg"_s,
+                         {u"-v"_s, u"error"_s, u"-y"_s, u"-f"_s, u"lavfi"_s, u"-i"_s, u"testsrc=size=160x120:rate=10:duration=1"_s, u"-c:v"_s, u"mpeg4"_s,
+                             u"-metadata"_s, u"title=Holiday at the Sea"_s, u"-metadata"_s, u"artist=Ann Example"_s, path},
+                         &error),
+                qPrintable(error));
+            got = extract(path);
+            QCOMPARE(value(got, MDAttribute::title).toString(), u"Holiday at the Sea"_s);
+            QCOMPARE(value(got, MDAttribute::authors).toStringList(), QStringList {u"Ann Example"_s});
+        }
 
         // Older files carry the turn as a "rotate" tag of the stream rather than a display matrix.
         const QString tagged = home.path(u"Videos/tagged.mkv"_s);

@@ -2,6 +2,7 @@
 #include "Extractors.h"
 
 #include <QStringList>
+#include <QtEndian>
 
 #include <taglib/aifffile.h>
 #include <taglib/apefile.h>
@@ -20,6 +21,8 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/wavpackfile.h>
+
+#include <cstring>
 
 namespace mdindex::extractors {
 
@@ -90,6 +93,41 @@ namespace {
         return {};
     }
 
+    // The text chunks of an AIFF file (NAME, AUTH), which TagLib leaves out: it reads only an ID3 chunk,
+    // and many programs, ffmpeg among them, write these instead.
+    struct AiffText {
+        QString name;
+        QString author;
+    };
+
+    AiffText aiffText(const InputFile &file)
+    {
+        AiffText text;
+        uchar header[12];
+        if (file.readAt(0, header, 12) != 12 || memcmp(header, "FORM", 4) != 0 || (memcmp(header + 8, "AIFF", 4) != 0 && memcmp(header + 8, "AIFC", 4) != 0))
+            return text;
+        const qint64 end = std::min<qint64>(file.size(), 8 + qint64(qFromBigEndian<quint32>(header + 4)));
+        qint64 offset = 12;
+        for (int chunk = 0; chunk < 256 && offset + 8 <= end; ++chunk) {
+            uchar chunkHeader[8];
+            if (file.readAt(offset, chunkHeader, 8) != 8)
+                break;
+            const QByteArrayView id(reinterpret_cast<const char *>(chunkHeader), 4);
+            const qint64 length = qFromBigEndian<quint32>(chunkHeader + 4);
+            QString *into = id == "NAME" ? &text.name : id == "AUTH" ? &text.author : nullptr;
+            if (into && into->isEmpty()) {
+                // Text chunks hold plain characters; in practice they are UTF-8 or Latin-1.
+                QByteArray bytes = file.readAt(offset + 8, std::min<qint64>(length, kMaxValueLength * 4));
+                if (const qsizetype nul = bytes.indexOf('\0'); nul >= 0)
+                    bytes.truncate(nul);
+                *into = decodeText(bytes).trimmed().left(kMaxValueLength);
+            }
+            // Chunks are padded to an even length.
+            offset += 8 + length + (length & 1);
+        }
+        return text;
+    }
+
     class AudioExtractor final : public Extractor
     {
     public:
@@ -97,13 +135,13 @@ namespace {
 
         void extract(const QString &path, const FileFacts &, ExtractedAttributes &into) const override
         {
-            InputFile input(path);
+            const InputFile input(path);
             if (!input.isOpen())
                 return;
             try {
-                // The stream owns the descriptor from here on. It has no name, so TagLib tells the
-                // format by the contents.
-                TagLib::FileStream stream(input.release(), true);
+                // The stream owns a copy of the descriptor. It has no name, so TagLib tells the format
+                // by the contents.
+                TagLib::FileStream stream(input.duplicate(), true);
                 if (!stream.isOpen())
                     return;
                 const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Fast);
@@ -115,6 +153,13 @@ namespace {
                 const TagLib::PropertyMap properties = file->properties();
                 if (const QStringList artists = values(properties, "ARTIST"); !artists.isEmpty())
                     into.insert(MDAttribute::authors.toString(), artists);
+                if (dynamic_cast<TagLib::RIFF::AIFF::File *>(file)) {
+                    const AiffText text = aiffText(input);
+                    if (!text.name.isEmpty() && values(properties, "TITLE").isEmpty())
+                        into.insert(MDAttribute::title.toString(), text.name);
+                    if (!text.author.isEmpty() && !into.contains(MDAttribute::authors.toString()))
+                        into.insert(MDAttribute::authors.toString(), QStringList {text.author});
+                }
                 const std::pair<QStringView, const char *> single[] = {
                     {MDAttribute::album, "ALBUM"},
                     {MDAttribute::title, "TITLE"},

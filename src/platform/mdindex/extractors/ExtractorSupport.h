@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InputFile.h"
 #include "mdindex/Catalog.h"
 
 #include <QByteArray>
@@ -12,30 +13,7 @@ namespace mdindex::extractors {
 inline constexpr qint64 kTextReadLimit = 4 * 1024 * 1024;
 inline constexpr qsizetype kTextKeepLimit = 1024 * 1024;
 
-// A regular file opened for reading without touching its access time where the owner allows it.
-// Anything else (a folder, a FIFO swapped in since the walk) does not open.
-class InputFile
-{
-public:
-    explicit InputFile(const QString &path);
-    ~InputFile();
-    InputFile(const InputFile &) = delete;
-    InputFile &operator=(const InputFile &) = delete;
-
-    bool isOpen() const { return m_fd >= 0; }
-    int fd() const { return m_fd; }
-    // Hands the descriptor to a library that closes it.
-    int release();
-    qint64 size() const { return m_size; }
-
-    // Up to `length` bytes at `offset`; fewer at the end of the file, -1 on an error.
-    qint64 readAt(qint64 offset, void *buffer, qint64 length) const;
-    QByteArray readAt(qint64 offset, qint64 length) const;
-
-private:
-    int m_fd = -1;
-    qint64 m_size = 0;
-};
+using ::InputFile;
 
 bool conforms(const FileFacts &facts, const UTType &type);
 bool conforms(const FileFacts &facts, QStringView identifier);
@@ -49,5 +27,7 @@ void capText(QString &text);
 // Inflates a raw deflate stream (zlib: windowBits -15 when `raw`, else a zlib stream), stopping at
 // `limit` bytes of output. Whatever came out before an error is returned.
 QByteArray inflateBytes(QByteArrayView compressed, qsizetype limit, bool raw);
+// The same for a gzip file (a compressed SVG).
+QByteArray gunzipBytes(QByteArrayView compressed, qsizetype limit);
 
 } // namespace mdindex::extractors

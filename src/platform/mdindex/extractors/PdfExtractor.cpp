@@ -1,8 +1,8 @@
 #include "ExtractorSupport.h"
 #include "Extractors.h"
+#include "media/MediaInput.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QStringList>
 
 #include <poppler/cpp/poppler-document.h>
@@ -37,14 +37,15 @@ namespace {
             static std::once_flag once;
             std::call_once(once, [] { poppler::set_debug_error_function([](const std::string &, void *) {}, nullptr); });
             try {
-                const std::unique_ptr<poppler::document> document(poppler::document::load_from_file(QFile::encodeName(path).toStdString()));
-                if (!document)
+                const InputFile file(path);
+                const std::unique_ptr<poppler::document> document = MediaInput::loadPdf(file);
+                // A document that needs a password tells nothing before it is unlocked, not even its
+                // pages (poppler fails on that question); its type says it is a PDF.
+                if (!document || document->is_locked())
                     return;
                 const int pages = document->pages();
                 if (pages > 0)
                     into.insert(MDAttribute::numberOfPages.toString(), qint64(pages));
-                if (document->is_locked())
-                    return;
                 if (const QString title = toQString(document->get_title()).trimmed(); !title.isEmpty())
                     into.insert(MDAttribute::title.toString(), title.left(1024));
                 QStringList authors;

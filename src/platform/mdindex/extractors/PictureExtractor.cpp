@@ -1,11 +1,13 @@
 #include "ExtractorSupport.h"
 #include "Extractors.h"
 #include "ScreenCapture.h"
+#include "media/MediaInput.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QImageReader>
 #include <QRegularExpression>
+#include <QXmlStreamReader>
 #include <QtEndian>
 
 // exiv2 0.27 hands out std::auto_ptr.
@@ -14,8 +16,10 @@
 #include <libheif/heif.h>
 #include <libraw/libraw.h>
 
+#include <cmath>
 #include <cstring>
 #include <mutex>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -108,11 +112,104 @@ namespace {
         return orientation >= 5 && orientation <= 8;
     }
 
-    void readWithExiv2(const QString &path, Picture &picture)
+    QString xmpText(const Exiv2::XmpData &xmp, const char *key)
+    {
+        const auto it = xmp.findKey(Exiv2::XmpKey(key));
+        if (it == xmp.end() || it->count() == 0)
+            return {};
+        return QString::fromStdString(it->toString()).trimmed().left(kMaxValueLength);
+    }
+
+    // exiv2 reads through the descriptor: a cursor for its small reads, and the whole file for the
+    // formats it maps (TIFF and its kin), up to kMaxMappedBytes.
+    class DescriptorIo final : public Exiv2::BasicIo
+    {
+    public:
+        explicit DescriptorIo(const InputFile &file)
+            : m_file(file)
+            , m_cursor(file)
+        {
+        }
+
+        int open() override
+        {
+            m_cursor.seek(0);
+            m_eof = false;
+            return 0;
+        }
+        int close() override { return munmap(); }
+        long write(const Exiv2::byte *, long) override { return 0; }
+        long write(Exiv2::BasicIo &) override { return 0; }
+        int putb(Exiv2::byte) override { return EOF; }
+        Exiv2::DataBuf read(long count) override
+        {
+            // A length field of a damaged file must not become a huge allocation.
+            Exiv2::DataBuf buffer(std::clamp<long>(long(std::min<qint64>(count, m_file.size() - m_cursor.position())), 0, std::max(count, 0L)));
+            buffer.size_ = read(buffer.pData_, buffer.size_);
+            return buffer;
+        }
+        long read(Exiv2::byte *buffer, long count) override
+        {
+            const qint64 n = count > 0 ? m_cursor.read(buffer, count) : 0;
+            if (n < count)
+                m_eof = true;
+            return long(std::max<qint64>(n, 0));
+        }
+        int getb() override
+        {
+            const int c = m_cursor.getChar();
+            if (c < 0)
+                m_eof = true;
+            return c < 0 ? EOF : c;
+        }
+        void transfer(Exiv2::BasicIo &) override { throw Exiv2::Error(Exiv2::kerFunctionNotSupported, "transfer"); }
+        int seek(long offset, Position position) override
+        {
+            const qint64 target = offset + (position == cur ? m_cursor.position() : position == end ? m_file.size() : 0);
+            if (target < 0 || target > m_file.size()) {
+                m_eof = true;
+                return 1;
+            }
+            m_cursor.seek(target);
+            m_eof = false;
+            return 0;
+        }
+        Exiv2::byte *mmap(bool writeable) override
+        {
+            if (writeable)
+                throw Exiv2::Error(Exiv2::kerFunctionNotSupported, "mmap");
+            if (m_mapped.isEmpty() && m_file.size() > 0) {
+                m_mapped = m_file.readAll(kMaxMappedBytes);
+                if (m_mapped.isEmpty())
+                    throw Exiv2::Error(Exiv2::kerFailedToReadImageData);
+            }
+            return reinterpret_cast<Exiv2::byte *>(m_mapped.data());
+        }
+        int munmap() override
+        {
+            m_mapped.clear();
+            return 0;
+        }
+        long tell() const override { return long(m_cursor.position()); }
+        size_t size() const override { return size_t(m_file.size()); }
+        bool isopen() const override { return true; }
+        int error() const override { return 0; }
+        bool eof() const override { return m_eof; }
+        std::string path() const override { return {}; }
+
+    private:
+        static constexpr qint64 kMaxMappedBytes = 256 * 1024 * 1024;
+        const InputFile &m_file;
+        InputCursor m_cursor;
+        QByteArray m_mapped;
+        bool m_eof = false;
+    };
+
+    void readWithExiv2(const InputFile &file, Picture &picture)
     {
         setUpExiv2();
         try {
-            auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString(), false);
+            auto image = Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(new DescriptorIo(file)));
             if (!image.get())
                 return;
             image->readMetadata();
@@ -120,56 +217,28 @@ namespace {
             picture.height = image->pixelHeight();
             if (swapsSides(readExif(image->exifData(), picture)))
                 std::swap(picture.width, picture.height);
+            // Some programs write the camera only into XMP (a photo edited and saved again).
             const Exiv2::XmpData &xmp = image->xmpData();
-            const auto tool = xmp.findKey(Exiv2::XmpKey("Xmp.xmp.CreatorTool"));
-            if (tool != xmp.end() && ScreenCapture::namesCaptureTool(QString::fromStdString(tool->toString())))
+            if (picture.make.isEmpty())
+                picture.make = xmpText(xmp, "Xmp.tiff.Make");
+            if (picture.model.isEmpty())
+                picture.model = xmpText(xmp, "Xmp.tiff.Model");
+            if (ScreenCapture::namesCaptureTool(xmpText(xmp, "Xmp.xmp.CreatorTool")))
                 picture.byCaptureTool = true;
         } catch (const Exiv2::AnyError &) {
         } catch (const std::exception &) {
         }
     }
 
-    // libheif reads through the file opened here.
-    struct HeifInput {
-        const InputFile *file;
-        qint64 position = 0;
-    };
-
-    const heif_reader kHeifReader = {
-        1,
-        [](void *data) -> int64_t { return static_cast<HeifInput *>(data)->position; },
-        [](void *buffer, size_t size, void *data) -> int {
-            auto *input = static_cast<HeifInput *>(data);
-            if (input->file->readAt(input->position, buffer, qint64(size)) != qint64(size))
-                return 1;
-            input->position += qint64(size);
-            return 0;
-        },
-        [](int64_t position, void *data) -> int {
-            auto *input = static_cast<HeifInput *>(data);
-            if (position < 0 || position > input->file->size())
-                return 1;
-            input->position = position;
-            return 0;
-        },
-        [](int64_t target, void *data) {
-            return target > static_cast<HeifInput *>(data)->file->size() ? heif_reader_grow_status_size_beyond_eof : heif_reader_grow_status_size_reached;
-        },
-    };
-
-    void readHeif(const QString &path, Picture &picture)
+    void readHeif(const InputFile &file, Picture &picture)
     {
         static std::once_flag once;
         std::call_once(once, [] { heif_init(nullptr); });
-        const InputFile file(path);
-        if (!file.isOpen())
-            return;
-        HeifInput input {&file};
+        MediaInput::HeifReader reader(file);
         heif_context *context = heif_context_alloc();
         heif_image_handle *handle = nullptr;
         try {
-            if (heif_context_read_from_reader(context, &kHeifReader, &input, nullptr).code == heif_error_Ok
-                && heif_context_get_primary_image_handle(context, &handle).code == heif_error_Ok) {
+            if (reader.readInto(context) && heif_context_get_primary_image_handle(context, &handle).code == heif_error_Ok) {
                 // The handle's size has the rotation of the file applied already; HEIF's EXIF
                 // orientation is informational only.
                 picture.width = std::max(0, heif_image_handle_get_width(handle));
@@ -208,13 +277,15 @@ namespace {
     }
 
     // Camera raw files: identification and sizes only, nothing is decoded.
-    void readRaw(const QString &path, Picture &picture)
+    void readRaw(const InputFile &file, Picture &picture)
     {
         try {
+            // Declared first: LibRaw reads through it until it is gone.
+            MediaInput::RawStream stream(file);
             auto raw = std::make_unique<LibRaw>();
             raw->set_memerror_handler([](void *, const char *, const char *) {}, nullptr);
             raw->set_dataerror_handler([](void *, const char *, const int) {}, nullptr);
-            if (raw->open_file(QFile::encodeName(path).constData()) != LIBRAW_SUCCESS)
+            if (raw->open_datastream(&stream) != LIBRAW_SUCCESS)
                 return;
             if (raw->adjust_sizes_info_only() != LIBRAW_SUCCESS)
                 return;
@@ -276,11 +347,10 @@ namespace {
     // Reads the size from the header and walks the chunk headers (skipping the image data, which is
     // never read) for a Software text or an XMP packet that names a capture tool. Done here rather than
     // by libpng, which reads the same chunks and reports every damaged one on the log.
-    void readPng(const QString &path, Picture &picture)
+    void readPng(const InputFile &file, Picture &picture)
     {
-        const InputFile file(path);
         uchar head[24];
-        if (!file.isOpen() || file.readAt(0, head, 24) != 24 || memcmp(head, "\x89PNG\r\n\x1a\n", 8) != 0 || memcmp(head + 12, "IHDR", 4) != 0)
+        if (file.readAt(0, head, 24) != 24 || memcmp(head, "\x89PNG\r\n\x1a\n", 8) != 0 || memcmp(head + 12, "IHDR", 4) != 0)
             return;
         const quint32 width = qFromBigEndian<quint32>(head + 16);
         const quint32 height = qFromBigEndian<quint32>(head + 20);
@@ -310,19 +380,77 @@ namespace {
     }
 
     // Formats whose header gives the size, read by Qt's image plugins without decoding.
-    void readWithQt(const QString &path, Picture &picture)
+    void readWithQt(const InputFile &file, Picture &picture)
     {
-        const InputFile file(path);
-        if (!file.isOpen())
-            return;
         QFile device;
-        if (!device.open(file.fd(), QIODevice::ReadOnly, QFileDevice::DontCloseHandle))
+        if (!file.openDevice(device))
             return;
         QImageReader reader(&device);
         const QSize size = reader.size();
         if (size.isValid()) {
             picture.width = size.width();
             picture.height = size.height();
+        }
+    }
+
+    // SVG: the size its root element asks for, in CSS pixels (96 per inch); a width or height given in
+    // relative units or as a percentage falls back to the view box, whose sides are user units, which
+    // are pixels. Only the start of the file is read, as text: no entity outside it is ever fetched.
+    std::optional<double> svgLength(QStringView text)
+    {
+        static const std::pair<QStringView, double> units[]
+            = {{u"px", 1.0}, {u"in", 96.0}, {u"cm", 96.0 / 2.54}, {u"mm", 96.0 / 25.4}, {u"pt", 96.0 / 72.0}, {u"pc", 16.0}, {u"q", 96.0 / 101.6}};
+        text = text.trimmed();
+        double factor = 1.0;
+        for (const auto &[unit, perUnit] : units) {
+            if (text.endsWith(unit, Qt::CaseInsensitive)) {
+                text.chop(unit.size());
+                factor = perUnit;
+                break;
+            }
+        }
+        bool ok = false;
+        const double value = text.trimmed().toDouble(&ok) * factor;
+        if (!ok || !std::isfinite(value) || value <= 0 || value > 1e6)
+            return std::nullopt;
+        return value;
+    }
+
+    void readSvg(const InputFile &file, Picture &picture)
+    {
+        constexpr qint64 kMaxSvgHead = 256 * 1024;
+        QByteArray head = file.readAt(0, kMaxSvgHead);
+        // A compressed SVG (.svgz) is gzip around the text.
+        if (head.startsWith("\x1f\x8b"))
+            head = gunzipBytes(head, kMaxSvgHead);
+        QXmlStreamReader xml(head);
+        while (!xml.atEnd() && xml.readNext() != QXmlStreamReader::StartElement) { }
+        if (xml.tokenType() != QXmlStreamReader::StartElement || xml.name() != u"svg")
+            return;
+        const QXmlStreamAttributes attributes = xml.attributes();
+        std::optional<double> width = svgLength(attributes.value(QLatin1StringView("width")));
+        std::optional<double> height = svgLength(attributes.value(QLatin1StringView("height")));
+        static const QRegularExpression separators(u"[\\s,]+"_s);
+        const QStringList box = attributes.value(QLatin1StringView("viewBox")).toString().split(separators, Qt::SkipEmptyParts);
+        std::optional<double> boxWidth, boxHeight;
+        if (box.size() == 4) {
+            boxWidth = svgLength(box[2]);
+            boxHeight = svgLength(box[3]);
+        }
+        if (boxWidth && boxHeight) {
+            // One side given: the other keeps the view box's proportions.
+            if (width && !height)
+                height = *width * *boxHeight / *boxWidth;
+            else if (height && !width)
+                width = *height * *boxWidth / *boxHeight;
+            else if (!width && !height) {
+                width = boxWidth;
+                height = boxHeight;
+            }
+        }
+        if (width && height) {
+            picture.width = std::max<qint64>(1, std::llround(*width));
+            picture.height = std::max<qint64>(1, std::llround(*height));
         }
     }
 
@@ -334,20 +462,24 @@ namespace {
         void extract(const QString &path, const FileFacts &facts, ExtractedAttributes &into) const override
         {
             Picture picture;
-            if (conforms(facts, u"public.heif-standard") || conforms(facts, u"public.avif")) {
-                readHeif(path, picture);
+            const InputFile file(path);
+            if (!file.isOpen()) {
+            } else if (conforms(facts, u"public.heif-standard") || conforms(facts, u"public.avif")) {
+                readHeif(file, picture);
             } else if (conforms(facts, u"public.camera-raw-image")) {
-                readRaw(path, picture);
+                readRaw(file, picture);
             } else if (conforms(facts, u"public.png")) {
-                readPng(path, picture);
+                readPng(file, picture);
+            } else if (conforms(facts, u"public.svg-image")) {
+                readSvg(file, picture);
             } else if (conforms(facts, u"com.compuserve.gif") || conforms(facts, u"org.webmproject.webp")) {
-                readWithQt(path, picture);
-            } else if (!conforms(facts, u"public.svg-image")) {
-                readWithExiv2(path, picture);
+                readWithQt(file, picture);
+            } else {
+                readWithExiv2(file, picture);
                 // Formats exiv2 does not know; a JPEG or TIFF it could not size is damaged, and Qt would
                 // only say so on the log.
                 if ((picture.width <= 0 || picture.height <= 0) && !conforms(facts, u"public.jpeg") && !conforms(facts, u"public.tiff"))
-                    readWithQt(path, picture);
+                    readWithQt(file, picture);
             }
 
             if (picture.width > 0 && picture.height > 0) {

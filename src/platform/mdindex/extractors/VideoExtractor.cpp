@@ -1,10 +1,9 @@
 #include "ExtractorSupport.h"
 #include "Extractors.h"
 #include "ScreenCapture.h"
+#include "media/MediaInput.h"
 
 #include <QDateTime>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -14,6 +13,7 @@ extern "C" {
 }
 
 #include <cmath>
+#include <cstring>
 #include <mutex>
 
 using namespace Qt::StringLiterals;
@@ -27,49 +27,7 @@ namespace {
     constexpr int64_t kAnalyzeMicroseconds = 500'000;
     // A damaged file can still make the demuxer wander; no file gets more than this.
     constexpr qint64 kMaxMilliseconds = 3000;
-    constexpr int kIoBufferSize = 64 * 1024;
-
-    struct Input {
-        const InputFile *file;
-        qint64 position = 0;
-        QElapsedTimer clock;
-    };
-
-    int readPacket(void *opaque, uint8_t *buffer, int size)
-    {
-        auto *input = static_cast<Input *>(opaque);
-        const qint64 n = input->file->readAt(input->position, buffer, size);
-        if (n < 0)
-            return AVERROR(EIO);
-        if (n == 0)
-            return AVERROR_EOF;
-        input->position += n;
-        return int(n);
-    }
-
-    int64_t seekTo(void *opaque, int64_t offset, int whence)
-    {
-        auto *input = static_cast<Input *>(opaque);
-        if (whence & AVSEEK_SIZE)
-            return input->file->size();
-        qint64 target = offset;
-        switch (whence & ~AVSEEK_FORCE) {
-        case SEEK_SET:
-            break;
-        case SEEK_CUR:
-            target += input->position;
-            break;
-        case SEEK_END:
-            target += input->file->size();
-            break;
-        default:
-            return -1;
-        }
-        if (target < 0)
-            return -1;
-        input->position = target;
-        return target;
-    }
+    constexpr qsizetype kMaxTagLength = 1024;
 
     // The names people know codecs by, for the common ones; FFmpeg's own short name otherwise.
     QString codecName(AVCodecID id)
@@ -136,6 +94,13 @@ namespace {
         return when.toUTC();
     }
 
+    // A text tag of the container, as FFmpeg names it for every format ("title", "artist").
+    QString textTag(const AVDictionary *metadata, const char *key)
+    {
+        const AVDictionaryEntry *entry = av_dict_get(metadata, key, nullptr, 0);
+        return entry && entry->value ? QString::fromUtf8(entry->value, qsizetype(strnlen(entry->value, size_t(kMaxTagLength)))).trimmed() : QString();
+    }
+
     // Display rotation from the stream's matrix, or the older "rotate" tag.
     double rotationOf(const AVStream *stream)
     {
@@ -166,38 +131,9 @@ namespace {
             std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
 
             const InputFile file(path);
-            if (!file.isOpen() || file.size() == 0)
-                return;
-            Input input {&file, 0, {}};
-            input.clock.start();
-
-            AVFormatContext *format = avformat_alloc_context();
-            auto *buffer = static_cast<uint8_t *>(av_malloc(kIoBufferSize));
-            AVIOContext *io = buffer ? avio_alloc_context(buffer, kIoBufferSize, 0, &input, readPacket, nullptr, seekTo) : nullptr;
-            if (!format || !io) {
-                avformat_free_context(format);
-                if (io)
-                    av_freep(&io->buffer);
-                else
-                    av_free(buffer);
-                avio_context_free(&io);
-                return;
-            }
-            format->pb = io;
-            format->flags |= AVFMT_FLAG_CUSTOM_IO;
-            format->probesize = kProbeSize;
-            format->max_analyze_duration = kAnalyzeMicroseconds;
-            format->interrupt_callback = {[](void *opaque) { return static_cast<Input *>(opaque)->clock.elapsed() > kMaxMilliseconds ? 1 : 0; }, &input};
-
-            // The name helps the probe for headerless formats; nothing is opened by it. On failure
-            // avformat_open_input frees the context itself.
-            if (avformat_open_input(&format, QFile::encodeName(facts.name).constData(), nullptr, nullptr) == 0) {
-                if (avformat_find_stream_info(format, nullptr) >= 0)
-                    read(format, into);
-                avformat_close_input(&format);
-            }
-            av_freep(&io->buffer);
-            avio_context_free(&io);
+            const MediaInput::FormatInput input(file, facts.name, kMaxMilliseconds, kProbeSize, kAnalyzeMicroseconds);
+            if (AVFormatContext *format = input.context(); format && avformat_find_stream_info(format, nullptr) >= 0)
+                read(format, into);
         }
 
     private:
@@ -239,6 +175,10 @@ namespace {
                 into.insert(MDAttribute::codecs.toString(), codecs);
             if (created.isValid())
                 into.insert(MDAttribute::contentCreationDate.toString(), created);
+            if (const QString title = textTag(format->metadata, "title"); !title.isEmpty())
+                into.insert(MDAttribute::title.toString(), title);
+            if (const QString artist = textTag(format->metadata, "artist"); !artist.isEmpty())
+                into.insert(MDAttribute::authors.toString(), QStringList {artist});
         }
     };
 
