@@ -1,4 +1,5 @@
 #include "TextRecognizer.h"
+#include "FilePath.h"
 
 #include "PdfText.h"
 
@@ -10,7 +11,7 @@
 
 QString TextRecognizer::text(const QUrl &file)
 {
-    return text(file.toLocalFile());
+    return text(FilePath::fromUrl(file));
 }
 
 QString TextRecognizer::text(const QString &path)

@@ -1,5 +1,6 @@
 #include "ExtractorSupport.h"
 
+#include "FilePath.h"
 #include <QFile>
 #include <QStringDecoder>
 
@@ -16,7 +17,7 @@ namespace mdindex::extractors {
 
 InputFile::InputFile(const QString &path)
 {
-    const QByteArray native = QFile::encodeName(path);
+    const QByteArray native = FilePath::toNative(path);
     // O_NONBLOCK: a FIFO put in a file's place must not stall the walk. O_NOATIME is refused for files
     // of other owners; those are opened plainly.
     constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
