@@ -190,7 +190,12 @@ int main(int argc, char *argv[])
         {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
     });
     Reports::addOptions(parser);
-    parser.process(app);
+    // The arguments as the exact bytes they were given in, so that a --scope folder whose name is not
+    // UTF-8 is the real folder.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(FilePath::fromNative(argv[i]));
+    parser.process(arguments);
 
     // --cleanup and --sources answer on their own, from the index as it stands.
     if (Reports::requested(parser))

@@ -2,8 +2,10 @@
 #include "TestHome.h"
 #include "files/Trash.h"
 #include "models/FileItem.h"
+#include "search/LibraryStore.h"
 #include "thumbnails/ThumbnailCache.h"
 
+#include <QCoro/QCoroTask>
 #include <QCryptographicHash>
 #include <QImage>
 #include <QJsonArray>
@@ -168,6 +170,21 @@ private Q_SLOTS:
         QCOMPARE(found({u"--raw"_s, u"kMDItemFSName == '*.txt'"_s, u"--scope"_s, m_home->path(u"Documents"_s)}), texts);
     }
 
+    void scopeGivenAsExactBytes()
+    {
+        // QProcess would encode the arguments as UTF-8; the shell passes the folder's real bytes.
+        QProcess shell;
+        shell.start(u"/bin/sh"_s,
+            {u"-c"_s, u"exec \"$0\" -0 --raw \"kMDItemFSName == '*.txt'\" --scope \"$(printf '%s/Documents/caf\\351' \"$1\")\""_s,
+                QStringLiteral(VELK_FIND_BIN), m_home->root()});
+        QVERIFY(shell.waitForFinished(120000));
+        QCOMPARE(shell.exitCode(), 0);
+        QList<QByteArray> paths = shell.readAllStandardOutput().split('\0');
+        paths.removeAll(QByteArray());
+        std::sort(paths.begin(), paths.end());
+        QCOMPARE(paths, (QList<QByteArray> {m_inner, m_folder + "/plan.txt"}));
+    }
+
     void printedForProgramsAndPeople()
     {
         // Into a pipe: the exact bytes, one path per line.
@@ -228,6 +245,24 @@ private Q_SLOTS:
         QCOMPARE(item->contentType->identifier(), u"public.plain-text"_s);
         // The URL survives the string forms the app passes it through.
         QCOMPARE(FilePath::toNative(FilePath::fromUrl(QUrl(item->url.toString()))), m_file);
+    }
+
+    void folderListingKeepsTheExactNames()
+    {
+        const FolderListing listing = QCoro::waitFor(LibraryStore::listFolder(FilePath::toUrl(FilePath::fromNative(m_root + "/Documents"))));
+        QVERIFY(listing.ok());
+        QList<QByteArray> paths;
+        QStringList names;
+        for (const FileItem &item : listing.items) {
+            paths << FilePath::toNative(item.path());
+            names << item.name;
+        }
+        std::sort(paths.begin(), paths.end());
+        names.sort();
+        QCOMPARE(paths, (QList<QByteArray> {m_root + "/Documents/Quokka-\xff.txt", m_folder, m_root + "/Documents/plain.txt"}));
+        QCOMPARE(names, (QStringList {u"Quokka-\ufffd.txt"_s, u"caf\ufffd"_s, u"plain.txt"_s}));
+        const auto inside = QCoro::waitFor(LibraryStore::listFolder(FilePath::toUrl(FilePath::fromNative(m_folder))));
+        QCOMPARE(inside.items.size(), 2);
     }
 
     void trashMovesTheRealFiles()
