@@ -1,4 +1,5 @@
 #include "Reports.h"
+#include "FilePath.h"
 
 #include "UserPlaces.h"
 #include "cleanup/CleanupStore.h"
@@ -93,7 +94,7 @@ QString cleanupText(const CleanupStore &store)
     for (auto it = store.results().cbegin(); it != store.results().cend(); ++it) {
         out += QStringLiteral("%1: %2, %3\n").arg(it.key().title(), files(it->totalCount), Fmt::bytes(it->totalSize));
         for (const FileItem &item : it->items)
-            out += QStringLiteral("  %1  %2\n").arg(Fmt::bytes(item.size), 10).arg(item.path());
+            out += QStringLiteral("  %1  %2\n").arg(Fmt::bytes(item.size), 10).arg(FilePath::escaped(item.path()));
         if (it->items.size() < it->totalCount)
             out += QStringLiteral("  (and %1 more)\n").arg(it->totalCount - it->items.size());
     }
@@ -133,7 +134,7 @@ QString sourcesText(const SourceStore &store)
     for (const SourceStore::Group &group : store.groups()) {
         out += QStringLiteral("%1: %2, %3\n").arg(group.source.name, files(group.items.size()), Fmt::bytes(sizeOf(group)));
         for (const FileItem &item : group.items)
-            out += QStringLiteral("  %1\n").arg(item.path());
+            out += QStringLiteral("  %1\n").arg(FilePath::escaped(item.path()));
     }
     if (store.groups().isEmpty())
         out += QStringLiteral("No downloaded files found.\n");
@@ -147,7 +148,11 @@ namespace Reports {
 QJsonObject itemJson(const FileItem &item)
 {
     QJsonObject o;
-    o[QStringLiteral("path")] = item.path();
+    // JSON text is Unicode: a path that is not UTF-8 is given for people, with its exact bytes beside it.
+    const QString path = item.path();
+    o[QStringLiteral("path")] = FilePath::display(path);
+    if (FilePath::hasUndecodable(path))
+        o[QStringLiteral("pathBytes")] = QString::fromLatin1(FilePath::toNative(path).toBase64());
     o[QStringLiteral("name")] = item.name;
     o[QStringLiteral("size")] = item.size;
     o[QStringLiteral("modified")] = item.modified.toLocalTime().toString(Qt::ISODate);
@@ -183,7 +188,7 @@ int run(const QCommandLineParser &parser)
 
     QList<QUrl> scopes;
     for (const QString &scope : parser.values(QStringLiteral("scope")))
-        scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
+        scopes.append(FilePath::toUrl(QDir(scope).absolutePath()));
     if (scopes.isEmpty())
         scopes = LibraryStore::defaultScopes();
     const bool json = parser.isSet(QStringLiteral("json"));

@@ -9,7 +9,8 @@ struct FileItem;
 // download sources as the app computes them, from the index as it stands, without a window.
 namespace Reports {
 
-// One file as every JSON answer of velk-find gives it.
+// One file as every JSON answer of velk-find gives it. "path" is the path with bytes that are not
+// UTF-8 shown as U+FFFD; only such a path also has "pathBytes", the exact bytes in base64.
 QJsonObject itemJson(const FileItem &item);
 
 void addOptions(QCommandLineParser &parser);

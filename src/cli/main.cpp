@@ -129,7 +129,7 @@ QJsonObject explainJson(const ParsedQuery &q)
     if (q.source)
         o[QStringLiteral("source")] = q.source->name;
     if (q.folder)
-        o[QStringLiteral("folder")] = q.folder->url.toLocalFile();
+        o[QStringLiteral("folder")] = FilePath::display(FilePath::fromUrl(q.folder->url));
     o[QStringLiteral("structured")] = q.isStructured();
     o[QStringLiteral("chips")] = QJsonArray::fromStringList(q.chips());
     o[QStringLiteral("query")] = q.spotlightQuery();
@@ -161,7 +161,7 @@ QString explainText(const ParsedQuery &q)
     if (q.source)
         line("Source:", q.source->name);
     if (q.folder)
-        line("Folder:", q.folder->url.toLocalFile());
+        line("Folder:", FilePath::escaped(FilePath::fromUrl(q.folder->url)));
     line("Chips:", q.chips().join(QStringLiteral(" · ")));
     line("Query:", q.spotlightQuery());
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
@@ -176,7 +176,12 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationVersion(QStringLiteral(VELK_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Find files in your home folders by what you remember of them."));
+    parser.setApplicationDescription(
+        QStringLiteral("Find files in your home folders by what you remember of them.\n\n"
+                       "Paths are printed one per line. On a terminal, control characters and bytes that are not UTF-8 are escaped\n"
+                       "(\\n, \\t, \\xHH, and \\\\ for a backslash); into a pipe or a file, each path is written as its exact bytes.\n"
+                       "With -0 every path is written as its exact bytes followed by a NUL, for xargs -0. With --json, \"path\"\n"
+                       "shows bytes that are not UTF-8 as U+FFFD, and such paths also carry \"pathBytes\", the exact bytes in base64."));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("text"), QStringLiteral("What to look for, in everyday words (\"pdfs from last week\")."));
@@ -187,13 +192,19 @@ int main(int argc, char *argv[])
         {QStringLiteral("limit"), QStringLiteral("Print at most <n> results."), QStringLiteral("n")},
         {QStringLiteral("count"), QStringLiteral("Print only the number of results.")},
         {QStringLiteral("json"), QStringLiteral("Print results as JSON.")},
+        {{QStringLiteral("0"), QStringLiteral("null")}, QStringLiteral("End each path with a NUL instead of a newline, and print it as its exact bytes.")},
         {QStringLiteral("update"), QStringLiteral("Bring the index up to date: walk the folders, then read the contents of new and changed files.")},
         {QStringLiteral("basic"), QStringLiteral("With --update: only walk (names, sizes, dates, kinds); contents are read by the next full update.")},
         {QStringLiteral("explain"), QStringLiteral("Show how the text was understood, and the query it becomes.")},
         {QStringLiteral("status"), QStringLiteral("Show what the index holds.")},
     });
     Reports::addOptions(parser);
-    parser.process(app);
+    // The arguments as the exact bytes they were given in, so that a --scope folder whose name is not
+    // UTF-8 is the real folder.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(FilePath::fromNative(argv[i]));
+    parser.process(arguments);
 
     // --cleanup and --sources answer on their own, from the index as it stands.
     if (Reports::requested(parser))
@@ -233,7 +244,7 @@ int main(int argc, char *argv[])
     QString queryText;
     QList<QUrl> scopes;
     for (const QString &scope : parser.values(QStringLiteral("scope")))
-        scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
+        scopes.append(FilePath::toUrl(QDir(scope).absolutePath()));
     if (parser.isSet(QStringLiteral("raw"))) {
         queryText = parser.value(QStringLiteral("raw"));
         if (!mdindex::Query::parse(queryText)) {
@@ -273,10 +284,16 @@ int main(int argc, char *argv[])
         o[QStringLiteral("items")] = items;
         std::fputs(QJsonDocument(o).toJson(QJsonDocument::Indented).constData(), stdout);
     } else {
-        QString out;
-        for (const FileItem &item : result.items)
-            out += item.path() + QLatin1Char('\n');
-        print(out);
+        // Exact bytes for programs, one safe line per path for people.
+        const bool nul = parser.isSet(QStringLiteral("null"));
+        const bool terminal = !nul && ::isatty(STDOUT_FILENO);
+        QByteArray out;
+        for (const FileItem &item : result.items) {
+            const QString path = item.path();
+            out += terminal ? FilePath::escaped(path).toUtf8() : FilePath::toNative(path);
+            out += nul ? '\0' : '\n';
+        }
+        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
     }
     return 0;
 }

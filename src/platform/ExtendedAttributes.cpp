@@ -1,13 +1,13 @@
 #include "ExtendedAttributes.h"
 
-#include <QFile>
+#include "FilePath.h"
 
 #include <cerrno>
 #include <sys/xattr.h>
 
 std::optional<QByteArray> readExtendedAttribute(const QString &path, const char *name, qsizetype limit)
 {
-    const QByteArray native = QFile::encodeName(path);
+    const QByteArray native = FilePath::toNative(path);
     if (native.isEmpty() || !name)
         return std::nullopt;
 

@@ -1,6 +1,6 @@
 #include "FileResources.h"
 
-#include <QFile>
+#include "FilePath.h"
 #include <QFileInfo>
 
 #include <fcntl.h>
@@ -17,7 +17,7 @@ QDateTime fromTimestamp(const struct statx_timestamp &ts)
 
 std::optional<ResourceValues> resourceValues(const QString &path, ResourceKeys keys)
 {
-    const QByteArray native = QFile::encodeName(path);
+    const QByteArray native = FilePath::toNative(path);
     struct statx st {
     };
     const unsigned mask = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;

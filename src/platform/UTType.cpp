@@ -1,6 +1,7 @@
 #include "UTType.h"
 
 #include "DesktopEntry.h"
+#include "FilePath.h"
 #include "UTTypeTable.h"
 
 #include <QFile>
@@ -12,6 +13,10 @@
 
 #include <string>
 #include <unordered_map>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace velk::detail {
 
@@ -219,8 +224,44 @@ UTType UTType::fromMimeType(const QMimeType &mime)
     return UTType(Registry::instance().byMime(mime));
 }
 
+namespace {
+
+// The type of a file whose name Qt's file classes cannot reach (bytes that are not UTF-8): its
+// status and first bytes are read through the exact name, and the name's readable part is matched.
+std::optional<UTType> forUndecodableFile(const QString &path, QMimeDatabase &db)
+{
+    const QByteArray native = FilePath::toNative(path);
+    struct stat st {
+    };
+    if (::stat(native.constData(), &st) != 0)
+        return ::lstat(native.constData(), &st) == 0 ? UTType::fromIdentifier(QStringLiteral("public.symlink")) : std::nullopt;
+    const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    if (S_ISDIR(st.st_mode)) {
+        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+        if (auto byName = dot > 0 ? UTType::fromFilenameExtension(name.mid(dot + 1)) : std::nullopt; byName && byName->conforms(UTType::package()))
+            return byName;
+        return UTType::folder();
+    }
+    QByteArray head;
+    if (S_ISREG(st.st_mode)) {
+        const int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        if (fd >= 0) {
+            head.resize(4096);
+            const ssize_t n = ::read(fd, head.data(), size_t(head.size()));
+            head.resize(n > 0 ? qsizetype(n) : 0);
+            ::close(fd);
+        }
+    }
+    // The undecodable bytes say nothing of the type; the rest of the name and the contents do.
+    return UTType::fromMimeType(db.mimeTypeForFileNameAndData(FilePath::display(name), head));
+}
+
+} // namespace
+
 std::optional<UTType> UTType::forFile(const QString &path)
 {
+    if (FilePath::hasUndecodable(path))
+        return forUndecodableFile(path, Registry::instance().mimeDatabase());
     const QFileInfo info(path);
     if (!info.exists())
         return info.isSymLink() ? std::optional(named("public.symlink")) : std::nullopt;

@@ -1,6 +1,6 @@
 #include "FileIdentity.h"
 
-#include <QFile>
+#include "FilePath.h"
 
 #include <sys/stat.h>
 
@@ -10,7 +10,7 @@ std::optional<FileNumber> fileNumber(const QString &path)
 {
     struct stat st {
     };
-    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+    if (::stat(FilePath::toNative(path).constData(), &st) != 0)
         return std::nullopt;
     return FileNumber {quint64(st.st_dev), quint64(st.st_ino)};
 }

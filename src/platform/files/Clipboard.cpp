@@ -1,9 +1,11 @@
 #include "Clipboard.h"
+#include "FilePath.h"
 
 #include <QClipboard>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QStringList>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -22,7 +24,8 @@ std::unique_ptr<QMimeData> Clipboard::filesData(const QList<QUrl> &urls)
     QStringList text;
     for (const QUrl &url : urls) {
         copied += '\n' + url.toEncoded();
-        text << (url.isLocalFile() ? url.toLocalFile() : url.toString());
+        // Text cannot carry bytes that are not UTF-8: it shows them marked, and the URLs above carry them.
+        text << (url.isLocalFile() ? FilePath::display(FilePath::fromUrl(url)) : url.toString());
     }
     data->setData(QStringLiteral("x-special/gnome-copied-files"), copied);
     data->setText(text.join(QLatin1Char('\n')));
@@ -32,7 +35,8 @@ std::unique_ptr<QMimeData> Clipboard::filesData(const QList<QUrl> &urls)
 std::unique_ptr<QMimeData> Clipboard::dragData(const QUrl &url)
 {
     auto data = std::make_unique<QMimeData>();
-    if (url.isLocalFile() && (QFileInfo::exists(url.toLocalFile()) || QFileInfo(url.toLocalFile()).isSymLink()))
+    struct stat st;
+    if (url.isLocalFile() && ::lstat(FilePath::toNative(FilePath::fromUrl(url)).constData(), &st) == 0)
         data->setUrls({url});
     return data;
 }

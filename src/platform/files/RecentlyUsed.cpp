@@ -1,4 +1,5 @@
 #include "RecentlyUsed.h"
+#include "FilePath.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -274,7 +275,7 @@ QString shellQuoted(QString text)
 
 QString mimeTypeOf(const QUrl &file)
 {
-    return QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name();
+    return QMimeDatabase().mimeTypeForFile(FilePath::fromUrl(file)).name();
 }
 
 // The depths below are those of the elements inside a bookmark that sits directly in the root.
@@ -320,7 +321,7 @@ void recordUse(Node &bookmark, const QUrl &file, const RecentlyUsed::Application
 bool sameFile(const QString &href, const QUrl &file)
 {
     const QUrl url = QUrl::fromEncoded(href.toUtf8());
-    return url.isLocalFile() && QDir::cleanPath(url.toLocalFile()) == QDir::cleanPath(file.toLocalFile());
+    return url.isLocalFile() && QDir::cleanPath(FilePath::fromUrl(url)) == QDir::cleanPath(FilePath::fromUrl(file));
 }
 
 } // namespace
@@ -387,7 +388,7 @@ bool RecentlyUsed::add(const QList<QUrl> &files, const Application &application,
             }
         }
         if (!bookmark) {
-            const QString href = QString::fromUtf8(QUrl::fromLocalFile(QDir::cleanPath(file.toLocalFile())).toEncoded());
+            const QString href = QString::fromUtf8(FilePath::toUrl(QDir::cleanPath(FilePath::fromUrl(file))).toEncoded());
             bookmark = &root.append(Node::element(QString(), QStringLiteral("bookmark"), {{QStringLiteral("href"), href}, {QStringLiteral("added"), time}}), 0);
         }
         recordUse(*bookmark, file, application, time);

@@ -1,5 +1,7 @@
 #include "Trash.h"
 
+#include "FilePath.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -221,7 +223,7 @@ void recordFolderSize(const QByteArray &trash, const QByteArray &name)
     const QByteArray cachePath = joined(trash, "directorysizes");
 
     QByteArray contents;
-    QFile old(QFile::decodeName(cachePath));
+    QFile old(FilePath::fromNative(cachePath));
     if (old.open(QIODevice::ReadOnly)) {
         const QList<QByteArray> lines = old.readAll().split('\n');
         for (const QByteArray &line : lines) {
@@ -291,7 +293,7 @@ std::optional<Trash::Entry> Trash::moveToTrash(const QString &path, const QStrin
     const QString clean = QDir::cleanPath(path);
     if (!QDir::isAbsolutePath(clean) || !QDir::isAbsolutePath(homeTrash))
         return std::nullopt;
-    const QByteArray native = QFile::encodeName(clean);
+    const QByteArray native = FilePath::toNative(clean);
     const QByteArray name = native.mid(native.lastIndexOf('/') + 1);
     if (name.isEmpty() || name == "." || name == "..")
         return std::nullopt;
@@ -307,7 +309,7 @@ std::optional<Trash::Entry> Trash::moveToTrash(const QString &path, const QStrin
         return std::nullopt;
     const QByteArray fullPath = joined(*realParent, name);
 
-    const std::optional<Destination> destination = destinationFor(fullPath, *realParent, folder.st_dev, QFile::encodeName(QDir::cleanPath(homeTrash)));
+    const std::optional<Destination> destination = destinationFor(fullPath, *realParent, folder.st_dev, FilePath::toNative(QDir::cleanPath(homeTrash)));
     if (!destination)
         return std::nullopt;
     const QByteArray &trash = destination->trash;
@@ -353,7 +355,7 @@ std::optional<Trash::Entry> Trash::moveToTrash(const QString &path, const QStrin
         }
         if (S_ISDIR(item.st_mode))
             recordFolderSize(trash, candidate);
-        return Entry {QFile::decodeName(trash), QFile::decodeName(candidate)};
+        return Entry {FilePath::fromNative(trash), FilePath::fromNative(candidate)};
     }
     return std::nullopt;
 }

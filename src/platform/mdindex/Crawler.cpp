@@ -1,5 +1,6 @@
 #include "Crawler.h"
 
+#include "FilePath.h"
 #include "UTType.h"
 
 #include <QFile>
@@ -52,7 +53,7 @@ namespace Crawler {
         // magic rules, which are thorough but slow.
         QString sniff(const QString &path, QMimeDatabase &mimeDatabase)
         {
-            const QByteArray native = QFile::encodeName(path);
+            const QByteArray native = FilePath::toNative(path);
             int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NOATIME | O_NONBLOCK);
             if (fd < 0)
                 fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -113,7 +114,7 @@ namespace Crawler {
     {
         struct statx st {
         };
-        if (::statx(AT_FDCWD, QFile::encodeName(path).constData(), AT_SYMLINK_NOFOLLOW, kMask, &st) != 0)
+        if (::statx(AT_FDCWD, FilePath::toNative(path).constData(), AT_SYMLINK_NOFOLLOW, kMask, &st) != 0)
             return std::nullopt;
         FileFacts facts;
         facts.name = path;
@@ -124,8 +125,9 @@ namespace Crawler {
     bool list(const QString &folder, quint64 device, std::vector<WalkEntry> &entries)
     {
         entries.clear();
-        const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOATIME);
-        const int dirFd = fd >= 0 ? fd : ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const QByteArray native = FilePath::toNative(folder);
+        const int fd = ::open(native.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOATIME);
+        const int dirFd = fd >= 0 ? fd : ::open(native.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (dirFd < 0)
             return false;
         DIR *dir = ::fdopendir(dirFd);
@@ -143,7 +145,7 @@ namespace Crawler {
             if (::statx(dirFd, raw, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, kMask, &st) != 0)
                 continue;
             WalkEntry entry;
-            entry.facts.name = QFile::decodeName(raw);
+            entry.facts.name = FilePath::fromNative(raw);
             fill(entry.facts, st);
             entry.descend = entry.facts.isDirectory && entry.facts.device == device && !isOpaqueFolder(entry.facts.name);
             entries.push_back(std::move(entry));

@@ -1,5 +1,7 @@
 #include "Store.h"
 
+#include "FilePath.h"
+
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
@@ -30,6 +32,24 @@ namespace {
     {
         const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, column));
         return text ? QString::fromUtf8(text, sqlite3_column_bytes(stmt, column)) : QString();
+    }
+
+    // File names are kept as the exact bytes the file system knows them by: as text when they are
+    // UTF-8 (which is every name's form in stores of earlier versions), as a blob when they are not, so
+    // that nothing ever holds text that is not UTF-8.
+    void bindName(sqlite3_stmt *stmt, int index, const QString &name)
+    {
+        const QByteArray bytes = FilePath::toNative(name);
+        if (FilePath::hasUndecodable(name))
+            sqlite3_bind_blob(stmt, index, bytes.constData(), int(bytes.size()), SQLITE_TRANSIENT);
+        else
+            sqlite3_bind_text(stmt, index, bytes.constData(), int(bytes.size()), SQLITE_TRANSIENT);
+    }
+
+    QString columnName(sqlite3_stmt *stmt, int column)
+    {
+        const auto *bytes = static_cast<const char *>(sqlite3_column_blob(stmt, column));
+        return bytes ? FilePath::fromNative(QByteArrayView(bytes, sqlite3_column_bytes(stmt, column))) : QString();
     }
 
     QByteArray encodeExtracted(const ExtractedAttributes &attributes)
@@ -210,7 +230,7 @@ bool Store::load(const std::function<void(const Row &)> &visit)
     while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
         row.id = sqlite3_column_int64(s.stmt, 0);
         row.parentId = sqlite3_column_int64(s.stmt, 1);
-        row.facts.name = columnText(s.stmt, 2);
+        row.facts.name = columnName(s.stmt, 2);
         row.facts.isDirectory = sqlite3_column_int(s.stmt, 3);
         row.facts.isSymlink = sqlite3_column_int(s.stmt, 4);
         row.facts.size = sqlite3_column_int64(s.stmt, 5);
@@ -248,7 +268,7 @@ bool Store::upsert(const Row &row)
     sqlite3_reset(s);
     sqlite3_bind_int64(s, 1, row.id);
     sqlite3_bind_int64(s, 2, row.parentId);
-    bindText(s, 3, row.facts.name);
+    bindName(s, 3, row.facts.name);
     sqlite3_bind_int(s, 4, row.facts.isDirectory);
     sqlite3_bind_int(s, 5, row.facts.isSymlink);
     sqlite3_bind_int64(s, 6, row.facts.size);

@@ -29,7 +29,8 @@ public:
     // Where the index lives for this user: $XDG_CACHE_HOME/velk/index.sqlite.
     static QString defaultPath();
     // 3: the stamp of the facts each file's contents were read for (extraction runs after the walk).
-    static constexpr int schemaVersion = 3;
+    // 4: names that are not UTF-8 kept as their exact bytes (earlier stores hold them with U+FFFD).
+    static constexpr int schemaVersion = 4;
 
     // Sets the file aside and starts an empty store, for a file that turned out damaged while
     // reading. False when no new file can be made.

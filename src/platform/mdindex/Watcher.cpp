@@ -1,7 +1,8 @@
 #include "Watcher.h"
 
+#include "FilePath.h"
+
 #include <QElapsedTimer>
-#include <QFile>
 
 #include <cerrno>
 #include <poll.h>
@@ -41,7 +42,7 @@ bool Watcher::watch(const QString &folder)
 {
     if (m_fd < 0)
         return false;
-    const int wd = ::inotify_add_watch(m_fd, QFile::encodeName(folder).constData(), kEvents);
+    const int wd = ::inotify_add_watch(m_fd, FilePath::toNative(folder).constData(), kEvents);
     if (wd < 0) {
         if (errno == ENOSPC)
             m_limitReached = true;

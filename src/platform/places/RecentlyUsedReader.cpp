@@ -1,4 +1,5 @@
 #include "RecentlyUsedReader.h"
+#include "FilePath.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -158,7 +159,7 @@ Contents parseContents(QByteArrayView xbel)
             keepLatest(when, stamp(attributes.value(QLatin1StringView(name))));
         // A file may be listed more than once; its latest stamp counts.
         if (when.isValid())
-            keepLatest(contents.files[url.toLocalFile()], when);
+            keepLatest(contents.files[FilePath::fromUrl(url)], when);
     }
     return contents;
 }

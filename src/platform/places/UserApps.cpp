@@ -1,6 +1,7 @@
 #include "UserApps.h"
 
 #include "DesktopEntry.h"
+#include "FilePath.h"
 #include "UserPlaces.h"
 
 #include <QDir>
@@ -20,7 +21,7 @@ std::optional<struct stat> linkStatus(const QString &path)
 {
     struct stat st {
     };
-    if (::lstat(QFile::encodeName(path).constData(), &st) != 0)
+    if (::lstat(FilePath::toNative(path).constData(), &st) != 0)
         return std::nullopt;
     return st;
 }
@@ -117,7 +118,7 @@ std::optional<AppBundle> AppBundle::open(const QString &path)
 
     // Trashing needs the entry to be the user's and its folder to be writable.
     const bool owned = status->st_uid == ::geteuid();
-    const bool removable = ::access(QFile::encodeName(info.absolutePath()).constData(), W_OK | X_OK) == 0;
+    const bool removable = ::access(FilePath::toNative(info.absolutePath()).constData(), W_OK | X_OK) == 0;
     const bool linkedAway = S_ISLNK(status->st_mode) && managedByPackageManager(info.canonicalFilePath());
     bundle.isSystemApp = packaged || !owned || !removable || linkedAway;
     return bundle;

@@ -1,5 +1,7 @@
 #include "ThumbnailCache.h"
 
+#include "FilePath.h"
+
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
@@ -184,7 +186,7 @@ std::optional<Source> Source::of(const QString &path)
 {
     struct stat st;
     const QString absolute = QFileInfo(path).absoluteFilePath();
-    if (::stat(QFile::encodeName(absolute).constData(), &st) != 0)
+    if (::stat(FilePath::toNative(absolute).constData(), &st) != 0)
         return std::nullopt;
     Source source;
     source.path = absolute;
@@ -232,7 +234,7 @@ QByteArray fileUri(const QString &path)
 {
     static const char hex[] = "0123456789ABCDEF";
     QByteArray uri("file://");
-    for (const char ch : QFile::encodeName(path)) {
+    for (const char ch : FilePath::toNative(path)) {
         const auto c = uchar(ch);
         if (keptInPath(c)) {
             uri += char(c);

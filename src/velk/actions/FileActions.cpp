@@ -1,4 +1,5 @@
 #include "FileActions.h"
+#include "FilePath.h"
 
 #include "files/Clipboard.h"
 #include "files/FileManager.h"
@@ -57,7 +58,7 @@ void FileActions::copyPath(const QList<FileItem> &items)
 {
     QStringList paths;
     for (const FileItem &item : items)
-        paths << item.path();
+        paths << FilePath::display(item.path());
     Clipboard::setText(paths.join(QLatin1Char('\n')));
 }
 
@@ -73,7 +74,7 @@ void FileActions::trash(const QList<FileItem> &items, TrashCompletion completion
     fileOperations()->start([urls = urlsOf(items), homeTrash, completion = std::move(completion)]() mutable {
         QSet<QUrl> moved;
         for (const QUrl &url : std::as_const(urls)) {
-            if (url.isLocalFile() && Trash::moveToTrash(url.toLocalFile(), homeTrash))
+            if (url.isLocalFile() && Trash::moveToTrash(FilePath::fromUrl(url), homeTrash))
                 moved.insert(url);
         }
         // The application object lives on the main thread; once it is gone nobody is listening.

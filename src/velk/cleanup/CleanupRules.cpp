@@ -1,4 +1,5 @@
 #include "CleanupRules.h"
+#include "FilePath.h"
 
 #include "places/UserApps.h"
 
@@ -37,7 +38,7 @@ QList<QUrl> scopes(CleanupKind kind, const QList<QUrl> &given)
     // Never the system's application folders, never the rest of the home folder.
     QList<QUrl> own;
     for (const QString &folder : UserApps::folders())
-        own.append(QUrl::fromLocalFile(folder));
+        own.append(FilePath::toUrl(folder));
     return own;
 }
 
@@ -61,7 +62,7 @@ SpotlightResult forgottenDownloads(const QString &folder, const QDateTime &now, 
     // Only the top of the folder, hidden files skipped; a folder that cannot be read lists nothing.
     QDirIterator it(folder, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     while (it.hasNext()) {
-        const auto item = FileItem::fromUrl(QUrl::fromLocalFile(it.next()));
+        const auto item = FileItem::fromUrl(FilePath::toUrl(it.next()));
         if (!item || item->category == FileCategory::folders || item->category == FileCategory::apps)
             continue;
         if (!(item->modified < cutoff))

@@ -1,5 +1,6 @@
 #include "Metadata.h"
 
+#include "FilePath.h"
 #include "MetadataRecord.h"
 #include "UserPlaces.h"
 #include "mdindex/MetadataIndex.h"
@@ -9,6 +10,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
+
+#include <dirent.h>
 
 namespace Metadata {
 
@@ -69,8 +72,15 @@ namespace {
 
     qsizetype visibleEntries(const QString &folder)
     {
-        const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-        return std::count_if(names.begin(), names.end(), [](const QString &name) { return !name.startsWith(QLatin1Char('.')); });
+        // Read by the exact name: the folder's own name need not be UTF-8.
+        DIR *dir = ::opendir(FilePath::toNative(folder).constData());
+        if (!dir)
+            return 0;
+        qsizetype count = 0;
+        while (const dirent *entry = ::readdir(dir))
+            count += entry->d_name[0] != '.';
+        ::closedir(dir);
+        return count;
     }
 
     QString where(const QString &path)
@@ -78,8 +88,8 @@ namespace {
         const QString parent = QFileInfo(QDir::cleanPath(path)).path();
         const QString home = UserPlaces::homePath();
         if (!home.isEmpty() && parent.startsWith(home))
-            return QLatin1Char('~') + parent.mid(home.size());
-        return parent;
+            return FilePath::display(QLatin1Char('~') + parent.mid(home.size()));
+        return FilePath::display(parent);
     }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "DuplicateScanner.h"
+#include "FilePath.h"
 
 #include "UserPlaces.h"
 #include "fileidentity/FileIdentity.h"
@@ -16,6 +17,9 @@
 #include <map>
 #include <mutex>
 #include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -187,10 +191,16 @@ const CandidateQuery &similarCandidates()
 
 std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full, qint64 sampleAbove)
 {
-    QFile file(url.toLocalFile());
-    // Unbuffered: the chunks go straight to the hash. QFile closes on every way out.
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    // Opened by the exact name, which QFile cannot do for names that are not UTF-8.
+    const int fd = ::open(FilePath::toNative(FilePath::fromUrl(url)).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0)
         return std::nullopt;
+    // Unbuffered: the chunks go straight to the hash. QFile closes on every way out.
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return std::nullopt;
+    }
     QCryptographicHash hash(QCryptographicHash::Sha256);
     QByteArray buffer;
     if (!full) {
@@ -398,7 +408,7 @@ std::optional<imaging::FeatureVector> featurePrint(const QUrl &url)
 {
     if (!url.isLocalFile())
         return std::nullopt;
-    return imaging::FeaturePrint::compute(url.toLocalFile());
+    return imaging::FeaturePrint::compute(FilePath::fromUrl(url));
 }
 
 QUrl pickBestPhoto(const QList<FileItem> &files)

@@ -1,4 +1,5 @@
 #include "Destinations.h"
+#include "FilePath.h"
 
 #include "UserPlaces.h"
 
@@ -25,14 +26,14 @@ QString CleanupKind::title() const
 
 const Location &Location::home()
 {
-    static const Location location {QUrl::fromLocalFile(UserPlaces::homePath()), UserPlaces::loginName(), QStringLiteral("house")};
+    static const Location location {FilePath::toUrl(UserPlaces::homePath()), UserPlaces::loginName(), QStringLiteral("house")};
     return location;
 }
 
 QList<Location> Location::standard()
 {
     const QString home = UserPlaces::homePath();
-    QList<Location> rows {{QUrl::fromLocalFile(home), UserPlaces::loginName(), QStringLiteral("house")}};
+    QList<Location> rows {{FilePath::toUrl(home), UserPlaces::loginName(), QStringLiteral("house")}};
 
     using UserPlaces::UserFolder;
     const std::pair<UserFolder, const char *> userFolders[] = {
@@ -46,14 +47,14 @@ QList<Location> Location::standard()
     for (const auto &[folder, symbol] : userFolders) {
         // The XDG folders keep their own (possibly translated) names, so the title is the name.
         if (const auto path = UserPlaces::userFolder(folder))
-            rows.append({QUrl::fromLocalFile(*path), QFileInfo(*path).fileName(), QString::fromLatin1(symbol)});
+            rows.append({FilePath::toUrl(*path), QFileInfo(*path).fileName(), QString::fromLatin1(symbol)});
     }
 
     const QString cloud = QDir(home).filePath(QStringLiteral("Library/Mobile Documents/com~apple~CloudDocs"));
     if (QFileInfo(cloud).isDir())
-        rows.append({QUrl::fromLocalFile(cloud), QStringLiteral("iCloud Drive"), QStringLiteral("icloud")});
+        rows.append({FilePath::toUrl(cloud), QStringLiteral("iCloud Drive"), QStringLiteral("icloud")});
 
-    rows.append({QUrl::fromLocalFile(UserPlaces::systemApplicationsFolder()), QStringLiteral("Applications"), QStringLiteral("square.grid.3x3")});
+    rows.append({FilePath::toUrl(UserPlaces::systemApplicationsFolder()), QStringLiteral("Applications"), QStringLiteral("square.grid.3x3")});
     return rows;
 }
 

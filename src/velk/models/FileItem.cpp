@@ -68,8 +68,8 @@ std::optional<FileItem> FileItem::fromMetadata(const MetadataRecord &record)
         return std::nullopt;
 
     FileItem item;
-    item.url = QUrl::fromLocalFile(*path);
-    item.name = textValue(record.valueForAttribute(MDAttribute::fsName)).value_or(QFileInfo(*path).fileName());
+    item.url = FilePath::toUrl(*path);
+    item.name = FilePath::display(textValue(record.valueForAttribute(MDAttribute::fsName)).value_or(QFileInfo(*path).fileName()));
     if (const QVariant size = record.valueForAttribute(MDAttribute::fsSize); MetadataRecord::isNumber(size))
         item.size = size.toLongLong();
     const QVariant modified = record.valueForAttribute(MDAttribute::fsContentChangeDate);
@@ -98,14 +98,14 @@ std::optional<FileItem> FileItem::fromUrl(const QUrl &url)
 {
     if (!url.isLocalFile())
         return std::nullopt;
-    const QString path = url.toLocalFile();
+    const QString path = FilePath::fromUrl(url);
     auto values = resourceValues(path, resourceKeys);
     if (!values)
         return std::nullopt;
 
     FileItem item;
     item.url = url;
-    item.name = values->localizedName.value_or(QFileInfo(path).fileName());
+    item.name = FilePath::display(values->localizedName.value_or(QFileInfo(path).fileName()));
     item.size = values->fileSize.value_or(0);
     item.modified = values->contentModificationDate.value_or(distantPast());
     item.created = values->creationDate;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileCategory.h"
+#include "FilePath.h"
 #include "FileResources.h"
 #include "UTType.h"
 
@@ -15,7 +16,9 @@ class MetadataRecord;
 // One file or folder as Velk knows it. A plain value; its identity is its URL alone, so two records of
 // the same file taken at different times are equal even when their sizes or dates differ.
 struct FileItem {
+    // The exact file: its bytes percent-encoded where they are not UTF-8 (FilePath::toUrl).
     QUrl url;
+    // The name for people: bytes that are not UTF-8 shown as U+FFFD.
     QString name;
     qint64 size = 0;
     QDateTime modified;
@@ -30,7 +33,8 @@ struct FileItem {
     std::optional<QString> title;
 
     QUrl id() const { return url; }
-    QString path() const { return url.toLocalFile(); }
+    // The exact path, as FilePath carries it: pass it to FilePath::toNative to reach the file.
+    QString path() const { return FilePath::fromUrl(url); }
 
     // From the index's record: no item without a path.
     static std::optional<FileItem> fromMetadata(const MetadataRecord &record);

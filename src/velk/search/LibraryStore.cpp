@@ -1,4 +1,5 @@
 #include "LibraryStore.h"
+#include "FilePath.h"
 
 #include "MetadataRecord.h"
 #include "UserPlaces.h"
@@ -31,7 +32,7 @@ bool isExcludedHomeFolder(const QString &name)
 
 QString localPath(const QUrl &url)
 {
-    return QDir::cleanPath(url.toLocalFile());
+    return QDir::cleanPath(FilePath::fromUrl(url));
 }
 
 // Lists one folder on the calling thread: visible entries only, in the order the file system gives.
@@ -39,7 +40,7 @@ FolderListing readFolder(const QString &path)
 {
     FolderListing listing;
     listing.path = path;
-    DIR *dir = ::opendir(QFile::encodeName(path).constData());
+    DIR *dir = ::opendir(FilePath::toNative(path).constData());
     if (!dir) {
         listing.error = errno;
         return listing;
@@ -51,9 +52,9 @@ FolderListing readFolder(const QString &path)
         // Hidden entries and the . and .. links all begin with a dot.
         if (entry->d_name[0] == '.')
             continue;
-        const QString child = folder.filePath(QFile::decodeName(entry->d_name));
+        const QString child = folder.filePath(FilePath::fromNative(entry->d_name));
         // A child that vanished or cannot be examined is left out.
-        if (auto item = FileItem::fromUrl(QUrl::fromLocalFile(child)))
+        if (auto item = FileItem::fromUrl(FilePath::toUrl(child)))
             items.append(std::move(*item));
         errno = 0;
     }
@@ -70,7 +71,7 @@ QString FolderListing::errorMessage() const
 {
     if (ok())
         return {};
-    return QStringLiteral("Cannot open “%1”: %2").arg(QFileInfo(path).fileName(), QString::fromLocal8Bit(std::strerror(error)));
+    return QStringLiteral("Cannot open “%1”: %2").arg(FilePath::display(QFileInfo(path).fileName()), QString::fromLocal8Bit(std::strerror(error)));
 }
 
 LibraryStore::LibraryStore(mdindex::MetadataIndex &index, QList<QUrl> scopes, QObject *parent)
@@ -87,13 +88,13 @@ QList<QUrl> LibraryStore::defaultScopes()
     const QFileInfoList children = QDir(home).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort);
     for (const QFileInfo &child : children) {
         if (!isExcludedHomeFolder(child.fileName()))
-            scopes.append(QUrl::fromLocalFile(child.absoluteFilePath()));
+            scopes.append(FilePath::toUrl(child.absoluteFilePath()));
     }
     const QString cloud = QDir(home).filePath(QStringLiteral("Library/Mobile Documents/com~apple~CloudDocs"));
     if (QFileInfo(cloud).isDir())
-        scopes.append(QUrl::fromLocalFile(cloud));
+        scopes.append(FilePath::toUrl(cloud));
     if (scopes.isEmpty())
-        scopes.append(QUrl::fromLocalFile(home));
+        scopes.append(FilePath::toUrl(home));
     return scopes;
 }
 
@@ -101,7 +102,7 @@ QList<QUrl> LibraryStore::appScopes()
 {
     QList<QUrl> scopes;
     for (const QString &folder : UserPlaces::applicationFolders())
-        scopes.append(QUrl::fromLocalFile(folder));
+        scopes.append(FilePath::toUrl(folder));
     return scopes;
 }
 
@@ -244,7 +245,7 @@ SpotlightResult LibraryStore::withTextHits(SpotlightResult result, const ParsedQ
     QList<FileItem> hits;
     const QList<QUrl> found = textIndex.search(terms);
     for (const QUrl &url : found) {
-        if (known.contains(url) || Spotlight::isUnwanted(url.toLocalFile(), roots))
+        if (known.contains(url) || Spotlight::isUnwanted(FilePath::fromUrl(url), roots))
             continue;
         const auto item = FileItem::fromUrl(url);
         if (!item || !parsed.matches(*item))

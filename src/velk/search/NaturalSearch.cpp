@@ -1,4 +1,5 @@
 #include "NaturalSearch.h"
+#include "FilePath.h"
 
 #include "UTType.h"
 #include "UserPlaces.h"
@@ -608,7 +609,7 @@ namespace {
             const auto path = folderPath(word);
             if (!path)
                 return 0;
-            const QUrl url = QUrl::fromLocalFile(*path);
+            const QUrl url = FilePath::toUrl(*path);
             for (const Location &row : Location::standard()) {
                 if (row.url == url) {
                     q.folder = row;

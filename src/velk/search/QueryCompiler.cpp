@@ -1,5 +1,6 @@
 // The operations of ParsedQuery that look at a finished parse: the metadata query text, the chips and
 // the in-memory test.
+#include "FilePath.h"
 #include "ParsedQuery.h"
 
 #include "models/FileItem.h"
@@ -150,7 +151,7 @@ bool ParsedQuery::matches(const FileItem &item) const
         return false;
     if (maxSize && item.size > *maxSize)
         return false;
-    if (folder && !item.path().startsWith(folder->url.toLocalFile() + QLatin1Char('/')))
+    if (folder && !item.path().startsWith(FilePath::fromUrl(folder->url) + QLatin1Char('/')))
         return false;
     return true;
 }

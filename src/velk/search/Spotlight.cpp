@@ -1,4 +1,5 @@
 #include "Spotlight.h"
+#include "FilePath.h"
 
 #include "MetadataRecord.h"
 #include "mdindex/MetadataIndex.h"
@@ -58,7 +59,7 @@ SpotlightResult collect(const mdindex::MetadataIndex &index, const QString &quer
         return SpotlightResult::empty();
     QStringList scopePaths;
     for (const QUrl &scope : scopes)
-        scopePaths.append(scope.toLocalFile());
+        scopePaths.append(FilePath::fromUrl(scope));
     const QStringList roots = index.options().roots;
 
     SpotlightResult result;

@@ -1,4 +1,5 @@
 #include "DownloadSources.h"
+#include "FilePath.h"
 
 #include "ExtendedAttributes.h"
 
@@ -150,7 +151,7 @@ std::optional<DownloadSource> source(const QUrl &file)
 {
     if (!file.isLocalFile())
         return std::nullopt;
-    const QString path = file.toLocalFile();
+    const QString path = FilePath::fromUrl(file);
     ResultCache &cache = resultCache();
     {
         const QMutexLocker lock(&cache.mutex);
@@ -166,7 +167,7 @@ std::optional<DownloadSource> source(const QUrl &file)
 
 QStringList whereFroms(const QUrl &file)
 {
-    return file.isLocalFile() ? readWhereFroms(file.toLocalFile()) : QStringList();
+    return file.isLocalFile() ? readWhereFroms(FilePath::fromUrl(file)) : QStringList();
 }
 
 std::optional<DownloadSource> classify(const QStringList &froms)

@@ -1,4 +1,5 @@
 #include "AppState.h"
+#include "FilePath.h"
 
 #include "Keyboard.h"
 #include "Settings.h"
@@ -34,9 +35,9 @@ QCollator nameCollator()
 // The last path component; the root folder is called by its path.
 QString displayName(const QUrl &url)
 {
-    const QString path = QDir::cleanPath(url.isLocalFile() ? url.toLocalFile() : url.path());
+    const QString path = QDir::cleanPath(url.isLocalFile() ? FilePath::fromUrl(url) : url.path());
     const QString name = QFileInfo(path).fileName();
-    return name.isEmpty() ? path : name;
+    return FilePath::display(name.isEmpty() ? path : name);
 }
 
 ViewMode storedViewMode(const QString &text)
@@ -57,7 +58,7 @@ QList<QUrl> storedPinned(const QStringList &paths)
 {
     QList<QUrl> urls;
     for (const QString &path : paths) {
-        const QUrl url = QUrl::fromLocalFile(path);
+        const QUrl url = FilePath::toUrl(path);
         if (!path.isEmpty() && !urls.contains(url))
             urls.append(url);
     }
@@ -94,7 +95,7 @@ void AppState::setPinned(const QList<QUrl> &pinned)
         return;
     QStringList paths;
     for (const QUrl &url : pinned)
-        paths.append(url.toLocalFile());
+        paths.append(FilePath::fromUrl(url));
     m_settings.setTextList(kPinnedKey, paths);
 }
 

@@ -1,4 +1,5 @@
 #include "TextIndex.h"
+#include "FilePath.h"
 
 #include "text/Readable.h"
 
@@ -238,7 +239,7 @@ QList<QUrl> TextIndex::search(const QStringList &terms) const
         if (it->text.isEmpty())
             continue;
         if (std::all_of(wanted.cbegin(), wanted.cend(), [&](const QString &term) { return it->folded.contains(term); }))
-            found << QUrl::fromLocalFile(it.key());
+            found << FilePath::toUrl(it.key());
     }
     return found;
 }
@@ -273,7 +274,7 @@ QCoro::Task<QString> TextIndex::text(FileItem item)
 void TextIndex::forget(const QSet<QUrl> &urls)
 {
     for (const QUrl &url : urls)
-        m_entries.remove(url.toLocalFile());
+        m_entries.remove(FilePath::fromUrl(url));
     setIndexedCount(m_entries.size());
     save();
 }

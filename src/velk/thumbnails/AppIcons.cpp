@@ -1,4 +1,5 @@
 #include "AppIcons.h"
+#include "FilePath.h"
 
 #include "PathExtension.h"
 #include "thumbnails/FileIcons.h"
@@ -54,7 +55,7 @@ std::optional<QImage> defaultApp(const FileItem &item)
 
 QImage icon(const QUrl &url)
 {
-    const QString path = url.toLocalFile();
+    const QString path = FilePath::fromUrl(url);
     if (auto known = table().find(path))
         return *known;
     return table().insert(path, FileIcons::iconForFile(path, pixels));

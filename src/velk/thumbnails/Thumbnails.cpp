@@ -1,4 +1,5 @@
 #include "Thumbnails.h"
+#include "FilePath.h"
 
 #include "thumbnails/FileIcons.h"
 #include "thumbnails/ThumbnailCache.h"
@@ -36,7 +37,7 @@ QImage fitted(const QImage &image, int pixels)
 
 Thumbnail iconThumbnail(const QUrl &url, int pixels)
 {
-    return {url, FileIcons::iconForFile(url.toLocalFile(), std::min(pixels, kLargestIcon)), true};
+    return {url, FileIcons::iconForFile(FilePath::fromUrl(url), std::min(pixels, kLargestIcon)), true};
 }
 
 FirstLook firstLook(const QUrl &url, int pixels)
@@ -44,7 +45,7 @@ FirstLook firstLook(const QUrl &url, int pixels)
     FirstLook look;
     if (!url.isLocalFile())
         return finished(iconThumbnail(url, pixels));
-    const QString path = url.toLocalFile();
+    const QString path = FilePath::fromUrl(url);
     look.source = ThumbnailCache::Source::of(path);
     if (!look.source)
         return finished(iconThumbnail(url, pixels));
@@ -119,7 +120,7 @@ QString Thumbnails::key(int tier, const QString &path)
 
 std::optional<Thumbnail> Thumbnails::cached(const QUrl &url, double side) const
 {
-    const QString path = url.toLocalFile();
+    const QString path = FilePath::fromUrl(url);
     const int wanted = tier(side);
     std::lock_guard lock(m_mutex);
     for (int t : tiers) {
@@ -162,7 +163,7 @@ QCoro::Task<std::optional<Thumbnail>> Thumbnails::load(QUrl url, double side, Th
         if (!thumb)
             co_return thumb;
     }
-    store(key(t, url.toLocalFile()), *thumb);
+    store(key(t, FilePath::fromUrl(url)), *thumb);
     co_return thumb;
 }
 
