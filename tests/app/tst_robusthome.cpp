@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -85,6 +86,15 @@ private Q_SLOTS:
         QVERIFY2(samples::jpeg(m_home->path(u"Pictures/IMG_2001.jpg"_s), 64, 48, {u"set Exif.Image.Make Canon"_s}, &error), qPrintable(error));
         m_home->file(u"Documents/notes.txt"_s, "the ferry leaves at noon\n");
 
+        // A folder and a file whose names are not UTF-8.
+        const QByteArray odd = QFile::encodeName(m_home->root()) + "/Documents/caf\xe9";
+        QCOMPARE(::mkdir(odd.constData(), 0700), 0);
+        const int fd = ::open((odd + "/men\xfc.txt").constData(), O_WRONLY | O_CREAT, 0600);
+        QVERIFY(fd >= 0);
+        QCOMPARE(::write(fd, "espresso and croissants\n", 24), 24);
+        ::close(fd);
+
+        QDir().mkpath(m_home->path(u"Downloads"_s));
         for (const char *name : {"x.pdf", "x.jpg", "x.mp3", "x.docx"})
             QCOMPARE(::mkfifo(QFile::encodeName(m_home->path(u"Downloads/"_s + QLatin1String(name))).constData(), 0600), 0);
         const QByteArray socketPath = QFile::encodeName(m_home->path(u"Downloads/x.mov"_s));
@@ -109,6 +119,7 @@ private Q_SLOTS:
         QCOMPARE(status, 0);
         QCOMPARE(find(u"kMDItemTextContent == \"lighthouse*\"cdw"_s), QStringList {u"minutes.pdf"_s});
         QCOMPARE(find(u"kMDItemTextContent == \"ferry*\"cdw"_s), QStringList {u"notes.txt"_s});
+        QCOMPARE(find(u"kMDItemTextContent == \"espresso*\"cdw"_s).size(), 1);
         QCOMPARE(find(u"kMDItemAcquisitionMake == \"Canon\""_s), QStringList {u"IMG_2001.jpg"_s});
         // Indexed by their names, read for nothing.
         QCOMPARE(find(u"kMDItemFSName == \"x.*\""_s), (QStringList {u"x.docx"_s, u"x.jpg"_s, u"x.mov"_s, u"x.mp3"_s, u"x.pdf"_s}));
