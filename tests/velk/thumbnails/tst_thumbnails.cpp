@@ -4,6 +4,7 @@
 
 #include <QBuffer>
 #include <QCoro/QCoroTask>
+#include <QDir>
 #include <QFileInfo>
 #include <QPainter>
 #include <QPdfWriter>
@@ -60,6 +61,12 @@ class TestThumbnails : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        // Pictures are made by parsing workers started from this process; this one breaks on purpose.
+        qputenv("VELK_WORKER_FAULT", "crash=decoder-crash");
+    }
+
     void tiers_data()
     {
         QTest::addColumn<double>("side");
@@ -196,6 +203,22 @@ private Q_SLOTS:
         TestHome::setModified(path, QDateTime::fromSecsSinceEpoch(1'700'000'050));
         Thumbnails thumbnails;
         QVERIFY(!load(thumbnails, path, 64).isIcon);
+    }
+
+    // A picture that takes its worker down costs the tile nothing but its picture: it gets the icon,
+    // the shared cache remembers the failure, and the next tile is drawn by a fresh worker.
+    void aPictureThatCrashesItsDecoderGetsAnIcon()
+    {
+        TestHome home;
+        const QString bad = home.path(u"Pictures/decoder-crash.png"_s);
+        const QString good = home.path(u"Pictures/after.png"_s);
+        QDir().mkpath(home.path(u"Pictures"_s));
+        QVERIFY(halves(300, 300).save(bad));
+        QVERIFY(halves(300, 300).save(good));
+        Thumbnails thumbnails;
+        QVERIFY(load(thumbnails, bad, 64).isIcon);
+        QVERIFY(ThumbnailCache::hasFailed(*ThumbnailCache::Source::of(bad)));
+        QVERIFY(!load(thumbnails, good, 64).isIcon);
     }
 
     void cancelledRequestsDoNoWork()
