@@ -149,8 +149,9 @@ private Q_SLOTS:
             qPrintable(out));
     }
 
-    // The icons draw as squares at the smallest and a large size: the colour mark fills its middle and
-    // leaves its corners clear; the fixed sizes drawn at build time are the size their folder says.
+    // The icons draw at the smallest and a large size in Qt's own SVG renderer, which knows no masks or
+    // filters: solid where the mark is, clear in the corners. The fixed sizes drawn at build time are the
+    // size their folder says.
     void iconsDraw()
     {
         for (const QString &file : {QStringLiteral("scalable/apps/%1.svg"), QStringLiteral("symbolic/apps/%1-symbolic.svg")}) {
@@ -165,7 +166,7 @@ private Q_SLOTS:
                 painter.end();
                 QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
                 QCOMPARE(qAlpha(image.pixel(size - 1, size - 1)), 0);
-                QCOMPARE(qAlpha(image.pixel(size / 2, size * 3 / 4)), 255);
+                QCOMPARE(qAlpha(image.pixel(size / 4, size * 13 / 16)), 255);
             }
         }
         for (const int size : {48, 128, 256}) {
