@@ -180,8 +180,10 @@ private Q_SLOTS:
     void installedProgramsRunWithTheirWorker()
     {
         QString out;
-        QCOMPARE(run(installed(QStringLiteral("bin/velk-find")), {QStringLiteral("--version")}, &out), 0);
-        QVERIFY2(out.contains(QStringLiteral(VELK_VERSION)), qPrintable(out));
+        for (const QString &program : {QStringLiteral("bin/velk"), QStringLiteral("bin/velk-find")}) {
+            QCOMPARE(run(installed(program), {QStringLiteral("--version")}, &out), 0);
+            QVERIFY2(out.contains(QStringLiteral(VELK_VERSION)), qPrintable(out));
+        }
 
         TestHome home;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
