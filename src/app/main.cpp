@@ -45,7 +45,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(QStringLiteral("Velk"));
     QCoreApplication::setOrganizationName(QStringLiteral("Velk"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELK_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("velk"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.velk.Velk"));
 
     // The snapshot mode must choose its renderer before the application object exists.
     QString snapshotFolder;
