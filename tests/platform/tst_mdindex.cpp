@@ -508,7 +508,7 @@ private Q_SLOTS:
                 const Catalog::Row row = catalog.find(home.path(u"Applications/Tracer.AppImage"_s));
                 if (row == Catalog::noRow)
                     return std::tuple(QString(), QString(), Catalog::noRow);
-                return std::tuple(catalog.path(row), catalog.name(catalog.parent(row)), catalog.parent(catalog.parent(row)));
+                return std::tuple(catalog.path(row), catalog.name(catalog.parent(row)).toString(), catalog.parent(catalog.parent(row)));
             });
             QCOMPARE(path, home.path(u"Applications/Tracer.AppImage"_s));
             QCOMPARE(parentName, u"Applications"_s);
