@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringMatcher>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -48,7 +49,9 @@ public:
         QString text;
         std::vector<bool> anyChar;
         bool hasAnyChar = false;
-        QStringMatcher matcher;
+        // Prepared for a search, in patterns of a few pieces; a matcher is about a kilobyte, so a pattern
+        // of many stars searches without.
+        std::shared_ptr<const QStringMatcher> matcher;
     };
 
 private:
