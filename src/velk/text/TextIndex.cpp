@@ -1,5 +1,6 @@
 #include "TextIndex.h"
 
+#include "PrivateFiles.h"
 #include "text/Readable.h"
 
 #include <QCoro/QCoroFuture>
@@ -75,8 +76,10 @@ QString TextIndex::storePath()
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Velk");
     // A folder that cannot be made only means that saves fail quietly.
-    QDir().mkpath(folder);
-    return folder + QStringLiteral("/text-index.json");
+    PrivateFiles::makeFolder(folder);
+    const QString path = folder + QStringLiteral("/text-index.json");
+    PrivateFiles::tighten(path);
+    return path;
 }
 
 double TextIndex::seconds(const QDateTime &date)
@@ -217,6 +220,8 @@ qint64 TextIndex::write(const QHash<QString, Entry> &entries, const QString &pat
     QJsonObject root;
     for (auto it = entries.cbegin(); it != entries.cend(); ++it)
         root.insert(it.key(), QJsonObject {{kModified, it->modified}, {kText, it->text}});
+    // Made 0600 first: QSaveFile keeps the mode of the file it replaces.
+    PrivateFiles::prepareFile(path);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return -1;
