@@ -57,6 +57,23 @@ int update(mdindex::MetadataIndex &index, bool basicOnly)
     return 0;
 }
 
+// Where the query stopped making sense: the place, what was wanted, and a caret under a short
+// excerpt (never the whole text, which may be long).
+void printQueryError(const mdindex::QueryError &error)
+{
+    qsizetype indent = 0;
+    for (qsizetype i = 0; i < error.caret && i < error.excerpt.size(); ++i)
+        indent += error.excerpt.at(i).isLowSurrogate() ? 0 : 1;
+    print(QStringLiteral("velk-find: the query stops making sense at character %1: %2\n  %3\n  %4^\n")
+              .arg(QString::number(error.column), error.problem, error.excerpt, QString(indent, QLatin1Char(' '))),
+        stderr);
+}
+
+QString rebuildLine(const mdindex::RebuildNote &note)
+{
+    return QStringLiteral("The index was rebuilt on %1: %2").arg(note.when.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")), note.why);
+}
+
 void status(const mdindex::MetadataIndex &index)
 {
     const QLocale locale;
@@ -84,6 +101,8 @@ void status(const mdindex::MetadataIndex &index)
         out += QStringLiteral("  %1 %2\n").arg(FileCategory::allCases().at(it.key()).title() + QLatin1Char(':'), -11).arg(locale.toString(it.value()));
     out += QStringLiteral("Text:         %1\n").arg(Fmt::bytes(index.textBytes()));
     out += QStringLiteral("Roots:        %1\n").arg(index.options().roots.join(QStringLiteral(", ")));
+    if (const auto note = index.lastRebuild())
+        out += rebuildLine(*note) + QLatin1Char('\n');
     print(out);
 }
 
@@ -226,8 +245,9 @@ int main(int argc, char *argv[])
         scopes.append(QUrl::fromLocalFile(QDir(scope).absolutePath()));
     if (parser.isSet(QStringLiteral("raw"))) {
         queryText = parser.value(QStringLiteral("raw"));
-        if (!mdindex::Query::parse(queryText)) {
-            print(QStringLiteral("velk-find: this is not a query the index understands: %1\n").arg(queryText), stderr);
+        mdindex::QueryError error;
+        if (!mdindex::Query::parse(queryText, &error)) {
+            printQueryError(error);
             return 2;
         }
     } else {
@@ -267,6 +287,11 @@ int main(int argc, char *argv[])
         for (const FileItem &item : result.items)
             out += item.path() + QLatin1Char('\n');
         print(out);
+    }
+    // Found damaged by this run: what the store had of file contents is gone until they are read again.
+    if (index.isChecked() && index.storeWasRebuilt()) {
+        if (const auto note = index.lastRebuild())
+            print(QStringLiteral("velk-find: %1; run velk-find --update to read the contents of files again\n").arg(rebuildLine(*note)), stderr);
     }
     return 0;
 }
