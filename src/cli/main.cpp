@@ -231,6 +231,11 @@ int main(int argc, char *argv[])
     }
     if (parser.isSet(QStringLiteral("update"))) {
         update(index, parser.isSet(QStringLiteral("basic")));
+        // The update filled the new store; what is left to say is that it had to.
+        if (index.storeWasRebuilt()) {
+            const auto note = index.lastRebuild();
+            print(QStringLiteral("velk-find: the index was damaged and has been rebuilt (%1)\n").arg(note ? note->why : QString()), stderr);
+        }
         if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("status")))
             return 0;
     }
@@ -288,10 +293,14 @@ int main(int argc, char *argv[])
             out += item.path() + QLatin1Char('\n');
         print(out);
     }
-    // Found damaged by this run: what the store had of file contents is gone until they are read again.
-    if (index.isChecked() && index.storeWasRebuilt()) {
-        if (const auto note = index.lastRebuild())
-            print(QStringLiteral("velk-find: %1; run velk-find --update to read the contents of files again\n").arg(rebuildLine(*note)), stderr);
+    // Found damaged by this run: what the store had of file contents is gone until they are read
+    // again, so the answer may be short. Said, and told apart from a complete answer by the status.
+    if (!parser.isSet(QStringLiteral("update")) && index.isChecked() && index.storeWasRebuilt()) {
+        const auto note = index.lastRebuild();
+        print(QStringLiteral("velk-find: the index was damaged and has been rebuilt (%1); run velk-find --update to read the contents of files again\n")
+                  .arg(note ? note->why : QString()),
+            stderr);
+        return 3;
     }
     return 0;
 }

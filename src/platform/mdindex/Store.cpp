@@ -184,17 +184,24 @@ QString Store::checkPages(const std::atomic<bool> *stop) const
         Statement s;
         if (!s.prepare(db, "PRAGMA quick_check"))
             return QStringLiteral("could not be read: ") + QString::fromUtf8(sqlite3_errmsg(db));
-        // One row "ok", or rows that each name a fault; the first few say enough.
-        QStringList faults;
+        // One row "ok", or rows that each name a fault (up to a hundred); the first says enough.
+        QString first;
+        int more = 0;
         int rc = SQLITE_OK;
-        while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW && faults.size() < 3) {
-            const QString row = columnText(s.stmt, 0);
-            if (row != u"ok")
-                faults.append(oneLine(row));
+        while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
+            const QString row = oneLine(columnText(s.stmt, 0));
+            if (row == u"ok")
+                continue;
+            if (first.isEmpty())
+                first = row;
+            else
+                ++more;
         }
-        if (faults.isEmpty() && rc != SQLITE_DONE && rc != SQLITE_ROW)
-            faults.append(QString::fromUtf8(sqlite3_errmsg(db)));
-        return faults.isEmpty() ? QString() : QStringLiteral("integrity check failed: ") + oneLine(faults.join(QLatin1Char('\n')));
+        if (first.isEmpty() && rc != SQLITE_DONE)
+            first = oneLine(QString::fromUtf8(sqlite3_errmsg(db)));
+        if (first.isEmpty())
+            return QString();
+        return QStringLiteral("integrity check failed: ") + first + (more > 0 ? QStringLiteral(" (and %1 more faults)").arg(more) : QString());
     });
 }
 

@@ -238,13 +238,16 @@ std::optional<TextPattern> TextPattern::compile(QStringView body, bool ignoreCas
     pattern.m_ignoreDiacritics = ignoreDiacritics;
     pattern.m_wordBased = wordBased;
 
+    // One segment per star at most: no regrowth, whatever the length.
+    pattern.m_segments.reserve(size_t(body.count(u'*')) + 1);
     Segment segment;
     QString run; // literal characters not yet folded
     QString literal;
     const auto flushRun = [&] {
         const qsizetype before = segment.text.size();
         appendFolded(run, ignoreCase, ignoreDiacritics, segment.text, nullptr);
-        segment.anyChar.resize(segment.text.size(), false);
+        if (segment.hasAnyChar)
+            segment.anyChar.resize(segment.text.size(), false);
         if (segment.text.size() - before > pattern.m_requiredLiteral.size())
             pattern.m_requiredLiteral = segment.text.sliced(before);
         run.clear();
@@ -273,6 +276,7 @@ std::optional<TextPattern> TextPattern::compile(QStringView body, bool ignoreCas
         } else if (c == u'?') {
             pattern.m_hasWildcards = true;
             flushRun();
+            segment.anyChar.resize(segment.text.size(), false);
             segment.text.append(u'?');
             segment.anyChar.push_back(true);
             segment.hasAnyChar = true;

@@ -44,7 +44,8 @@ public:
     const QString &literalText() const { return m_literalText; }
     bool hasWildcards() const { return m_hasWildcards; }
 
-    // A piece between two stars. `?` sits in text as a placeholder with its flag set in anyChar.
+    // A piece between two stars. `?` sits in text as a placeholder with its flag set in anyChar (which
+    // is empty when the piece has no `?`).
     struct Segment {
         QString text;
         std::vector<bool> anyChar;
