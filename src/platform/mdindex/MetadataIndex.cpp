@@ -153,7 +153,7 @@ void MetadataIndex::waitForCheckStage(CheckStage stage) const
 bool MetadataIndex::isChecked() const
 {
     std::lock_guard guard(m_checkMutex);
-    return m_checkStage == CheckStage::done;
+    return m_checkStage >= CheckStage::textReady;
 }
 
 void MetadataIndex::setCheckStage(CheckStage stage)

@@ -76,6 +76,8 @@ public:
     bool isOpen() const { return m_open; }
     // Returns once the store opened last has been checked (at once when there is none).
     void waitForCheck() const;
+    // Whether the check has come to an answer, without waiting (a rebuild it started may still be
+    // filling the new store; storeWasRebuilt() waits for that).
     bool isChecked() const;
     // Whether this index had to start its store over since it was opened (after the check).
     bool storeWasRebuilt() const;

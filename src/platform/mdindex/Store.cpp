@@ -184,18 +184,21 @@ QString Store::checkPages(const std::atomic<bool> *stop) const
         Statement s;
         if (!s.prepare(db, "PRAGMA quick_check"))
             return QStringLiteral("could not be read: ") + QString::fromUtf8(sqlite3_errmsg(db));
-        // One row "ok", or rows that each name a fault (up to a hundred); the first says enough.
+        // One row "ok", or rows that name faults (up to a hundred, several lines to a row); the first
+        // says enough.
         QString first;
         int more = 0;
         int rc = SQLITE_OK;
         while ((rc = sqlite3_step(s.stmt)) == SQLITE_ROW) {
-            const QString row = oneLine(columnText(s.stmt, 0));
-            if (row == u"ok")
-                continue;
-            if (first.isEmpty())
-                first = row;
-            else
-                ++more;
+            const QStringList lines = columnText(s.stmt, 0).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            for (const QString &line : lines) {
+                if (line == u"ok" || line.startsWith(u"*** in database"))
+                    continue;
+                if (first.isEmpty())
+                    first = oneLine(line);
+                else
+                    ++more;
+            }
         }
         if (first.isEmpty() && rc != SQLITE_DONE)
             first = oneLine(QString::fromUtf8(sqlite3_errmsg(db)));
