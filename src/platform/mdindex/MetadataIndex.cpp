@@ -167,12 +167,15 @@ void MetadataIndex::checkStore()
 {
     // Every page first, reading only; then the full-text table, which needs the write lock: our own
     // writes wait for it rather than fail.
+    const QByteArray stamp = m_store->fileStamp();
     QString problem = m_store->checkPages(&m_stopCheck);
     if (problem.isEmpty() && !m_stopCheck) {
         std::lock_guard writer(m_writerMutex);
         problem = m_store->checkText(&m_stopCheck);
     }
     if (problem.isEmpty() || m_stopCheck) {
+        if (problem.isEmpty() && !m_stopCheck)
+            m_store->rememberChecked(stamp);
         setCheckStage(CheckStage::done);
         return;
     }
@@ -274,7 +277,8 @@ bool MetadataIndex::open()
         m_store->commit();
     }
     m_open = true;
-    if (!m_checkThread.joinable()) {
+    // A store unchanged since a check found it sound is not read through again.
+    if (!m_checkThread.joinable() && !m_store->checkedEarlier()) {
         {
             std::lock_guard guard(m_checkMutex);
             m_checkStage = CheckStage::running;

@@ -13,6 +13,8 @@
 
 #include <sqlite3.h>
 
+#include <sys/stat.h>
+
 #include <utility>
 
 namespace mdindex {
@@ -206,6 +208,37 @@ QString Store::checkPages(const std::atomic<bool> *stop) const
             return QString();
         return QStringLiteral("integrity check failed: ") + first + (more > 0 ? QStringLiteral(" (and %1 more faults)").arg(more) : QString());
     });
+}
+
+QByteArray Store::fileStamp() const
+{
+    QByteArray stamp;
+    const auto add = [&stamp](const QString &path, bool ifNotEmpty) {
+        struct stat st;
+        if (::stat(FilePath::toNative(path).constData(), &st) != 0 || (ifNotEmpty && st.st_size == 0))
+            return;
+        stamp += QByteArray::number(quint64(st.st_ino)) + ' ' + QByteArray::number(qint64(st.st_size)) + ' ' + QByteArray::number(qint64(st.st_ctim.tv_sec))
+            + '.' + QByteArray::number(qint64(st.st_ctim.tv_nsec)) + ';';
+    };
+    add(m_path, false);
+    // An empty log is what opening the store makes; one with pages in it has changes not yet in the file.
+    add(m_path + QStringLiteral("-wal"), true);
+    return stamp;
+}
+
+bool Store::checkedEarlier() const
+{
+    QFile file(m_path + QStringLiteral(".checked"));
+    return file.open(QIODevice::ReadOnly) && file.read(4096).trimmed() == fileStamp();
+}
+
+void Store::rememberChecked(const QByteArray &stamp) const
+{
+    const QString path = m_path + QStringLiteral(".checked");
+    PrivateFiles::prepareFile(path);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(stamp + '\n');
 }
 
 QString Store::checkText(const std::atomic<bool> *stop) const

@@ -58,6 +58,11 @@ public:
     // keeps its own writes back until it returns.
     QString checkPages(const std::atomic<bool> *stop = nullptr) const;
     QString checkText(const std::atomic<bool> *stop = nullptr) const;
+    // The file as it is now (inode, size and change time of the store and its log), to remember a
+    // sound check by: a store unchanged since a check that found it sound is not checked again.
+    QByteArray fileStamp() const;
+    bool checkedEarlier() const;
+    void rememberChecked(const QByteArray &stamp) const;
 
     struct Row {
         qint64 id = 0;

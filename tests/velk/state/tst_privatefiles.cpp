@@ -74,7 +74,9 @@ private Q_SLOTS:
             index.update();
             // Open, the store has its log and shared memory beside it.
             QVERIFY(QFile::exists(store + u"-wal"_s));
-            expectPrivate({store, store + u"-wal"_s, store + u"-shm"_s}, {folder});
+            // The check after opening remembers the store it found sound.
+            index.waitForCheck();
+            expectPrivate({store, store + u"-wal"_s, store + u"-shm"_s, store + u".checked"_s}, {folder});
             QCOMPARE(modeOf(home.path(u".cache"_s)), 0755);
         }
         // Left loose by an earlier version: tightened when the store is next opened.
