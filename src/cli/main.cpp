@@ -59,6 +59,23 @@ int update(mdindex::MetadataIndex &index, bool basicOnly)
     return 0;
 }
 
+// Where the query stopped making sense: the place, what was wanted, and a caret under a short
+// excerpt (never the whole text, which may be long).
+void printQueryError(const mdindex::QueryError &error)
+{
+    qsizetype indent = 0;
+    for (qsizetype i = 0; i < error.caret && i < error.excerpt.size(); ++i)
+        indent += error.excerpt.at(i).isLowSurrogate() ? 0 : 1;
+    print(QStringLiteral("velk-find: the query stops making sense at character %1: %2\n  %3\n  %4^\n")
+              .arg(QString::number(error.column), error.problem, error.excerpt, QString(indent, QLatin1Char(' '))),
+        stderr);
+}
+
+QString rebuildLine(const mdindex::RebuildNote &note)
+{
+    return QStringLiteral("The index was rebuilt on %1: %2").arg(note.when.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")), note.why);
+}
+
 void status(const mdindex::MetadataIndex &index)
 {
     const QLocale locale;
@@ -94,6 +111,8 @@ void status(const mdindex::MetadataIndex &index)
         out += QStringLiteral("  %1 %2\n").arg(entry.reason + QLatin1Char(':'), -15).arg(FilePath::escaped(entry.path));
     out += QStringLiteral("Worker:       %1\n")
                .arg(ParseWorkers::program().isEmpty() ? QStringLiteral("not found: file contents cannot be read") : ParseWorkers::program());
+    if (const auto note = index.lastRebuild())
+        out += rebuildLine(*note) + QLatin1Char('\n');
     print(out);
 }
 
@@ -233,6 +252,11 @@ int main(int argc, char *argv[])
     }
     if (parser.isSet(QStringLiteral("update"))) {
         update(index, parser.isSet(QStringLiteral("basic")));
+        // The update filled the new store; what is left to say is that it had to.
+        if (index.storeWasRebuilt()) {
+            const auto note = index.lastRebuild();
+            print(QStringLiteral("velk-find: the index was damaged and has been rebuilt (%1)\n").arg(note ? note->why : QString()), stderr);
+        }
         if (text.isEmpty() && !parser.isSet(QStringLiteral("raw")) && !parser.isSet(QStringLiteral("status")))
             return 0;
     }
@@ -247,8 +271,9 @@ int main(int argc, char *argv[])
         scopes.append(FilePath::toUrl(QDir(scope).absolutePath()));
     if (parser.isSet(QStringLiteral("raw"))) {
         queryText = parser.value(QStringLiteral("raw"));
-        if (!mdindex::Query::parse(queryText)) {
-            print(QStringLiteral("velk-find: this is not a query the index understands: %1\n").arg(queryText), stderr);
+        mdindex::QueryError error;
+        if (!mdindex::Query::parse(queryText, &error)) {
+            printQueryError(error);
             return 2;
         }
     } else {
@@ -294,6 +319,15 @@ int main(int argc, char *argv[])
             out += nul ? '\0' : '\n';
         }
         std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+    }
+    // Found damaged by this run: what the store had of file contents is gone until they are read
+    // again, so the answer may be short. Said, and told apart from a complete answer by the status.
+    if (!parser.isSet(QStringLiteral("update")) && index.isChecked() && index.storeWasRebuilt()) {
+        const auto note = index.lastRebuild();
+        print(QStringLiteral("velk-find: the index was damaged and has been rebuilt (%1); run velk-find --update to read the contents of files again\n")
+                  .arg(note ? note->why : QString()),
+            stderr);
+        return 3;
     }
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "Settings.h"
 
+#include "PrivateFiles.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -17,10 +19,19 @@ QString dataFolder(const QString &product)
     return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)).filePath(product);
 }
 
+// The file is made 0600 in a 0700 folder before QSettings first writes it; QSettings saves through
+// QSaveFile, which keeps the mode of the file it replaces.
+QString privateConfigFile()
+{
+    const QString path = configFile(QStringLiteral("Velk"));
+    PrivateFiles::prepareFile(path);
+    return path;
+}
+
 } // namespace
 
 Settings::Settings()
-    : Settings(configFile(QStringLiteral("Velk")))
+    : Settings(privateConfigFile())
 {
 }
 

@@ -144,6 +144,42 @@ QByteArray png()
     return bytes;
 }
 
+// The words of a text file go to the full-text table, as the real text extractor sends them.
+class WholeText final : public mdindex::Extractor
+{
+public:
+    bool wants(const mdindex::FileFacts &facts) const override { return !facts.isDirectory && facts.name.endsWith(u".txt"_s); }
+    void extract(const QString &path, const mdindex::FileFacts &, mdindex::ExtractedAttributes &into) const override
+    {
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly))
+            into.insert(MDAttribute::textContent.toString(), QString::fromUtf8(file.readAll()));
+    }
+};
+
+// Files whose text holds the word, answered through the full-text table.
+QStringList wordHits(const MetadataIndex &index, const TestHome &home, const QString &word)
+{
+    const auto parsed = mdindex::Query::parse(u"kMDItemTextContent == \"%1\"cdw"_s.arg(word));
+    return index.read([&](const Catalog &catalog) {
+        QStringList out;
+        for (Catalog::Row row : catalog.search(*parsed, {}, {}, index.textSearch()))
+            out.append(QDir(home.root()).relativeFilePath(catalog.path(row)));
+        out.sort();
+        return out;
+    });
+}
+
+// Overwrites the last pages of a file with zeros, as a disk that lost its last writes leaves it.
+void zeroTail(const QString &path, qint64 bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    const qint64 at = std::max<qint64>(0, file.size() - bytes);
+    QVERIFY(file.seek(at));
+    QCOMPARE(file.write(QByteArray(file.size() - at, '\0')), file.size() - at);
+}
+
 } // namespace
 
 class TestMetadataIndex : public QObject
@@ -279,15 +315,17 @@ private Q_SLOTS:
     void damagedStoresStartOver_data()
     {
         QTest::addColumn<QString>("damage");
-        QTest::newRow("garbage") << u"garbage"_s;
-        QTest::newRow("truncated") << u"truncated"_s;
-        QTest::newRow("older schema") << u"older"_s;
-        QTest::newRow("empty file") << u"empty"_s;
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("garbage") << u"garbage"_s << u"could not be read: file is not a database"_s;
+        QTest::newRow("truncated") << u"truncated"_s << u"malformed"_s;
+        QTest::newRow("older schema") << u"older"_s << u"schema version 0, expected 3"_s;
+        QTest::newRow("empty file") << u"empty"_s << QString();
     }
 
     void damagedStoresStartOver()
     {
         QFETCH(QString, damage);
+        QFETCH(QString, reason);
         TestHome home;
         fillHome(home);
         const QString store = optionsFor(home).storePath;
@@ -316,13 +354,91 @@ private Q_SLOTS:
 
         MetadataIndex index(optionsFor(home));
         QVERIFY(index.open());
-        if (damage != u"empty"_s)
+        if (damage != u"empty"_s) {
             QVERIFY(index.storeWasRebuilt());
+            const auto note = index.lastRebuild();
+            QVERIFY(note);
+            QVERIFY2(note->why.contains(reason), qPrintable(note->why));
+        } else {
+            QVERIFY(!index.lastRebuild());
+        }
         index.update();
         QCOMPARE(hits(index, home, u"kMDItemFSName == \"*report*\"cd"_s), QStringList {u"Documents/Report 2024.pdf"_s});
         MetadataIndex reopened(optionsFor(home));
         QVERIFY(reopened.open());
         QVERIFY(!reopened.storeWasRebuilt());
+    }
+
+    // The text table sits at the end of the file. Zeroed there, the store is found damaged after it
+    // opens, set aside, and started anew from what could be read; word searches wait for that, the
+    // next update reads every file again, and the note of why stays in the new store.
+    void damagedTextTableIsRebuiltAndReported()
+    {
+        TestHome home;
+        for (int i = 0; i < 120; ++i) {
+            QByteArray words = "zebra ";
+            for (int w = 0; w < 300; ++w)
+                words += "word" + QByteArray::number((i * 7 + w * 13) % 997) + ' ';
+            home.file(u"Notes/note%1.txt"_s.arg(i, 3, 10, QLatin1Char('0')), words + (i == 7 ? "okapi" : ""));
+        }
+        const QString store = optionsFor(home).storePath;
+        const auto indexFor = [&] {
+            auto index = std::make_unique<MetadataIndex>(optionsFor(home));
+            index->addExtractor(std::make_unique<WholeText>());
+            return index;
+        };
+        {
+            const auto index = indexFor();
+            QVERIFY(index->open());
+            index->update();
+            QCOMPARE(wordHits(*index, home, u"okapi"_s), QStringList {u"Notes/note007.txt"_s});
+            QCOMPARE(wordHits(*index, home, u"zebra"_s).size(), 120);
+            QVERIFY(!index->lastRebuild());
+        }
+        QVERIFY(!QFile::exists(store + u"-wal"_s));
+        zeroTail(store, 8 * 4096);
+
+        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+        {
+            const auto index = indexFor();
+            QVERIFY(index->open());
+            // Names answer from memory as before; words come from the new, empty table.
+            QCOMPARE(hits(*index, home, u"kMDItemFSName == 'note007.txt'"_s), QStringList {u"Notes/note007.txt"_s});
+            QCOMPARE(wordHits(*index, home, u"zebra"_s), QStringList());
+            QVERIFY(index->storeWasRebuilt());
+            const auto note = index->lastRebuild();
+            QVERIFY(note);
+            QVERIFY2(note->why.startsWith(u"integrity check failed: "_s), qPrintable(note->why));
+            QVERIFY(note->when >= before && note->when <= QDateTime::currentDateTimeUtc());
+            QVERIFY(QFile::exists(store + u".broken"_s));
+            // Every file is read again, the notes among them.
+            QVERIFY(index->pendingExtractions() >= 120);
+            index->update();
+            QCOMPARE(index->pendingExtractions(), 0);
+            QCOMPARE(wordHits(*index, home, u"okapi"_s), QStringList {u"Notes/note007.txt"_s});
+            QCOMPARE(wordHits(*index, home, u"zebra"_s).size(), 120);
+        }
+        // Opened again: sound, nothing rebuilt this time, and the note of the last rebuild kept.
+        {
+            const auto index = indexFor();
+            QVERIFY(index->open());
+            QCOMPARE(wordHits(*index, home, u"zebra"_s).size(), 120);
+            QVERIFY(!index->storeWasRebuilt());
+            const auto note = index->lastRebuild();
+            QVERIFY(note && note->why.startsWith(u"integrity check failed: "_s));
+            QCOMPARE(index->pendingExtractions(), 0);
+        }
+        // Unchanged since that check: not checked again. Changed in any way: checked, and caught.
+        {
+            const auto index = indexFor();
+            QVERIFY(index->open());
+            QVERIFY(index->isChecked());
+        }
+        zeroTail(store, 8 * 4096);
+        const auto index = indexFor();
+        QVERIFY(index->open());
+        QCOMPARE(wordHits(*index, home, u"zebra"_s), QStringList());
+        QVERIFY(index->storeWasRebuilt());
     }
 
     void stoppedWalkKeepsWhatItHad()

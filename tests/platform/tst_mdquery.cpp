@@ -363,6 +363,90 @@ private Q_SLOTS:
         QVERIFY(!Query::parse(query, now));
     }
 
+    // Where each bad text stops making sense: the error points there, says what was wanted, and
+    // shows no more than a short excerpt of the text.
+    void errorsPointAtThePlace_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<qsizetype>("offset");
+        QTest::addColumn<QString>("says");
+        QTest::newRow("no value") << u"kMDItemFSName == "_s << qsizetype(17) << u"expected a value after =="_s;
+        QTest::newRow("no operator") << u"kMDItemFSSize 12"_s << qsizetype(14) << u"expected =="_s;
+        QTest::newRow("open quote") << u"kMDItemFSSize > 1 && kMDItemFSName == 'x"_s << qsizetype(38) << u"never closed"_s;
+        QTest::newRow("modifier") << u"kMDItemFSName == 'x'cq"_s << qsizetype(21) << u"unknown modifier"_s;
+        QTest::newRow("dangling &&") << u"kMDItemFSName == 'x' && "_s << qsizetype(24) << u"attribute name"_s;
+        QTest::newRow("missing bracket") << u"(kMDItemFSName == 'x' kMDItemFSSize > 1"_s << qsizetype(22) << u"to close the bracket at character 1"_s;
+        QTest::newRow("extra bracket") << u"kMDItemFSName == 'x')"_s << qsizetype(20) << u"closes nothing"_s;
+        QTest::newRow("star ordered") << u"kMDItemFSSize < *"_s << qsizetype(16) << u"* goes only with"_s;
+        QTest::newRow("bad date") << u"kMDItemLastUsedDate > $time.iso(2026-13-45)"_s << qsizetype(32) << u"expected a date"_s;
+        QTest::newRow("bad time name") << u"kMDItemLastUsedDate > $time.yesterday"_s << qsizetype(28) << u"$time.today"_s;
+        QTest::newRow("empty") << QString() << qsizetype(0) << u"attribute name"_s;
+        QTest::newRow("too deep") << QString(u"("_s.repeated(500) + u"kMDItemFSSize > 1"_s + u")"_s.repeated(500)) << qsizetype(Query::maxDepth)
+                                  << u"nested deeper"_s;
+        // After a long run of good text, the excerpt is still short.
+        QTest::newRow("late in long text") << QString(u"kMDItemFSName == '"_s + u"a"_s.repeated(5000) + u"' &&& kMDItemFSSize > 1"_s) << qsizetype(5022)
+                                           << u"attribute name"_s;
+    }
+    void errorsPointAtThePlace()
+    {
+        QFETCH(QString, query);
+        QFETCH(qsizetype, offset);
+        QFETCH(QString, says);
+        QueryError error;
+        QVERIFY(!Query::parse(query, &error, now));
+        QCOMPARE(error.offset, offset);
+        QCOMPARE(error.column, offset + 1);
+        QVERIFY2(error.problem.contains(says), qPrintable(error.problem));
+        QVERIFY2(error.excerpt.size() <= 42, qPrintable(error.excerpt));
+        // The excerpt is the text around the place, the caret on it.
+        const QString around = error.excerpt.sliced(error.caret);
+        QVERIFY2(query.sliced(offset).startsWith(around.chopped(around.endsWith(u'…') ? 1 : 0)), qPrintable(error.excerpt));
+        QVERIFY(error.toString().contains(u"character %1"_s.arg(offset + 1)));
+    }
+
+    void errorExcerptsShowNoControlCharacters()
+    {
+        QueryError error;
+        QVERIFY(!Query::parse(u"kMDItemFSName == 'a\x1b[2J\nb' &&"_s, &error, now));
+        QCOMPARE(error.offset, qsizetype(29));
+        QVERIFY(!error.excerpt.contains(QChar(0x1b)));
+        QVERIFY(!error.excerpt.contains(u'\n'));
+        // Columns count characters, not the halves of characters outside the basic plane.
+        QVERIFY(!Query::parse(u"kMDItemFSName == '🙂🙂' ||"_s, &error, now));
+        QCOMPARE(error.offset, qsizetype(26));
+        QCOMPARE(error.column, qsizetype(25));
+    }
+
+    // Far deeper brackets than the limit, and a mebibyte pattern: an answer each, no crash, and the
+    // big one still a query.
+    void hostileSizes()
+    {
+        QueryError error;
+        const QString deep = u"("_s.repeated(100'000);
+        QVERIFY(!Query::parse(deep, &error, now));
+        QCOMPARE(error.offset, qsizetype(Query::maxDepth));
+        QVERIFY(!Query::parse(u"("_s.repeated(100'000) + u"kMDItemFSSize > 1"_s + u")"_s.repeated(100'000), &error, now));
+
+        for (const QString &piece : {u"a"_s, u"*a"_s, u"?b"_s}) {
+            const QString pattern = piece.repeated(1024 * 1024 / piece.size());
+            const auto query = Query::parse(u"kMDItemFSName == \"%1\"c && kMDItemFSSize > 100000000"_s.arg(pattern), &error, now);
+            QVERIFY(query);
+            QVERIFY(!query->matches(sample()));
+        }
+        QString many;
+        for (int i = 0; i < 60'000; ++i)
+            many += u"kMDItemAttribute%1 == %1 || "_s.arg(i);
+        many += u"kMDItemFSSize > 1"_s;
+        const auto query = Query::parse(many, &error, now);
+        QVERIFY(query);
+        QCOMPARE(query->attributes().size(), 60'001);
+        QVERIFY(query->matches(sample()));
+
+        QVERIFY(!Query::parse(QString(Query::maxLength + 1, u' '), &error, now));
+        QVERIFY(error.problem.contains(u"longer than"_s));
+        QVERIFY(error.excerpt.size() <= 42);
+    }
+
     void nestingWithinReason() { QVERIFY(Query::parse(u"("_s.repeated(50) + u"kMDItemFSSize > 1"_s + u")"_s.repeated(50), now)); }
 
     void fuzz()

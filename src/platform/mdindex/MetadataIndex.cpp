@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QSet>
 
 #include <algorithm>
@@ -113,6 +114,9 @@ struct MetadataIndex::Extracted {
 
 MetadataIndex::~MetadataIndex()
 {
+    m_stopCheck = true;
+    if (m_checkThread.joinable())
+        m_checkThread.join();
     stopWatching();
     {
         std::lock_guard guard(m_queueMutex);
@@ -150,7 +154,110 @@ MetadataIndex &MetadataIndex::shared()
 
 bool MetadataIndex::storeWasRebuilt() const
 {
+    waitForCheck();
     return m_store && m_store->wasRebuilt();
+}
+
+std::optional<RebuildNote> MetadataIndex::lastRebuild() const
+{
+    waitForCheck();
+    std::lock_guard writer(m_writerMutex);
+    return m_store ? m_store->lastRebuild() : std::nullopt;
+}
+
+void MetadataIndex::waitForCheck() const
+{
+    waitForCheckStage(CheckStage::done);
+}
+
+void MetadataIndex::waitForCheckStage(CheckStage stage) const
+{
+    std::unique_lock guard(m_checkMutex);
+    m_checkDone.wait(guard, [this, stage] { return m_checkStage >= stage; });
+}
+
+bool MetadataIndex::isChecked() const
+{
+    std::lock_guard guard(m_checkMutex);
+    return m_checkStage >= CheckStage::textReady;
+}
+
+void MetadataIndex::setCheckStage(CheckStage stage)
+{
+    std::lock_guard guard(m_checkMutex);
+    m_checkStage = stage;
+    m_checkDone.notify_all();
+}
+
+void MetadataIndex::checkStore()
+{
+    // Every page first, reading only; then the full-text table, which needs the write lock: our own
+    // writes wait for it rather than fail.
+    const QByteArray stamp = m_store->fileStamp();
+    QString problem = m_store->checkPages(&m_stopCheck);
+    if (problem.isEmpty() && !m_stopCheck) {
+        std::lock_guard writer(m_writerMutex);
+        problem = m_store->checkText(&m_stopCheck);
+    }
+    if (problem.isEmpty() || m_stopCheck) {
+        if (problem.isEmpty() && !m_stopCheck)
+            m_store->rememberChecked(stamp);
+        setCheckStage(CheckStage::done);
+        return;
+    }
+    if (qEnvironmentVariableIsSet("VELK_DEBUG"))
+        std::fprintf(stderr, "[velk] index: the store %s failed its check (%s); rebuilding it\n", qPrintable(m_options.storePath), qPrintable(problem));
+    rebuildStore(problem);
+}
+
+void MetadataIndex::rebuildStore(const QString &why)
+{
+    std::vector<Catalog::Row> files;
+    {
+        std::lock_guard writer(m_writerMutex);
+        const bool reopened = m_store->reset(why);
+        // Text queries may go on now (they hold the catalog's read lock, which the rest below needs
+        // for writing): the new table is sound, and empty until contents are read again.
+        setCheckStage(CheckStage::textReady);
+        if (!reopened) {
+            setCheckStage(CheckStage::done);
+            return;
+        }
+        // What the catalog holds was read from the old store before the check, from pages that
+        // could be read; it goes into the new one as the walk would write it. Texts are gone, so every
+        // file is read again.
+        std::shared_lock lock(m_lock);
+        if (!m_store->begin()) {
+            setCheckStage(CheckStage::done);
+            return;
+        }
+        for (Catalog::Row row = 0; row < Catalog::Row(m_catalog.rowCount()); ++row) {
+            if (!m_catalog.isLive(row))
+                continue;
+            const Catalog::Row parent = m_catalog.parent(row);
+            Store::Row write {m_catalog.id(row), parent == Catalog::noRow ? 0 : m_catalog.id(parent), m_catalog.facts(row), m_catalog.extracted(row), {}};
+            write.isNew = true;
+            m_store->upsert(write);
+            if (!m_catalog.isDirectory(row) && !write.facts.isSymlink)
+                files.push_back(row);
+        }
+        m_store->commit();
+    }
+    {
+        std::unique_lock lock(m_lock);
+        for (const Catalog::Row row : files) {
+            if (m_catalog.isLive(row))
+                m_catalog.setPending(row, true);
+        }
+    }
+    setCheckStage(CheckStage::done);
+    bool background = false;
+    {
+        std::lock_guard guard(m_queueMutex);
+        background = m_background;
+    }
+    if (background)
+        enqueueAllPending();
 }
 
 bool MetadataIndex::open()
@@ -187,7 +294,7 @@ bool MetadataIndex::open()
     if (!m_store->load(visit)) {
         m_catalog = Catalog();
         orphans.clear();
-        if (!m_store->reset())
+        if (!m_store->reset(QStringLiteral("could not be read: ") + m_store->lastError()))
             return m_open = false;
     }
     m_catalog.setLastUsed(readRecentlyUsed(recentlyUsedPath()));
@@ -196,7 +303,16 @@ bool MetadataIndex::open()
             m_store->remove(id);
         m_store->commit();
     }
-    return m_open = true;
+    m_open = true;
+    // A store unchanged since a check found it sound is not read through again.
+    if (!m_checkThread.joinable() && !m_store->checkedEarlier()) {
+        {
+            std::lock_guard guard(m_checkMutex);
+            m_checkStage = CheckStage::running;
+        }
+        m_checkThread = std::thread([this] { checkStore(); });
+    }
+    return true;
 }
 
 Catalog::TextSearch MetadataIndex::textSearch() const
@@ -205,6 +321,12 @@ Catalog::TextSearch MetadataIndex::textSearch() const
         std::vector<qint64> ids;
         if (!m_store)
             return ids;
+        // A store not yet checked may answer from a damaged table.
+        waitForCheckStage(CheckStage::textReady);
+        const auto noteDamage = qScopeGuard([this] {
+            if (!m_store->takeReadFailure().isEmpty())
+                m_suspect = true;
+        });
         const auto *pattern = std::get_if<TextPattern>(&cmp.value);
         if (cmp.op == Op::equal && std::holds_alternative<std::monostate>(cmp.value)) {
             m_store->forEachText([&ids](qint64 id, const QString &) { ids.push_back(id); });
@@ -241,6 +363,7 @@ Catalog::TextSearch MetadataIndex::textSearch() const
 
 qint64 MetadataIndex::textBytes() const
 {
+    waitForCheck();
     return m_store ? m_store->textBytes() : 0;
 }
 
@@ -425,6 +548,18 @@ UpdateProgress MetadataIndex::updateBasic(const std::function<void(const UpdateP
     if (!m_open)
         return {};
     std::lock_guard single(m_updateMutex);
+    // A store found damaged is rebuilt before the walk, so that the walk and the extraction after it
+    // fill the new one.
+    waitForCheck();
+    if (m_suspect.exchange(false)) {
+        QString problem = m_store->checkPages();
+        if (problem.isEmpty()) {
+            std::lock_guard writer(m_writerMutex);
+            problem = m_store->checkText();
+        }
+        if (!problem.isEmpty())
+            rebuildStore(problem);
+    }
 
     Walk walk;
     walk.stop = stop;
@@ -578,6 +713,7 @@ UpdateProgress MetadataIndex::extractPending(const std::function<void(const Upda
     p.extracting = true;
     if (!m_open)
         return p;
+    waitForCheck();
     enqueueAllPending();
     {
         std::lock_guard guard(m_queueMutex);

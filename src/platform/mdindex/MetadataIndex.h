@@ -68,10 +68,23 @@ public:
     static MetadataIndex &shared();
 
     // Loads the store into memory. False only when no store can be opened or made at all; a
-    // damaged store is set aside and the index starts empty.
+    // store that cannot be read is set aside and the index starts empty. Then the store is checked
+    // for damage on a thread of its own (every page, and the full-text table against its texts);
+    // text queries, updates and the rebuild note wait for that check. A store that fails it is set
+    // aside and written anew from the catalog in memory, and the contents of every file are read
+    // again by the next extraction.
     bool open();
     bool isOpen() const { return m_open; }
+    // Returns once the store opened last has been checked (at once when there is none).
+    void waitForCheck() const;
+    // Whether the check has come to an answer, without waiting (a rebuild it started may still be
+    // filling the new store; storeWasRebuilt() waits for that).
+    bool isChecked() const;
+    // Whether this index had to start its store over since it was opened (after the check).
     bool storeWasRebuilt() const;
+    // When and why the store was last started over, by this process or an earlier one (after the
+    // check); nothing for a store that never was.
+    std::optional<RebuildNote> lastRebuild() const;
 
     // Brings catalog and store fully up to date: walks the roots (updateBasic), then reads the
     // contents of every file that needs it (extractPending) and returns when all is in. `stop` ends
@@ -128,6 +141,14 @@ public:
 
 private:
     struct Walk;
+    void checkStore();
+    // Sets the store aside, starts it anew from the catalog, and has every file's contents read again.
+    void rebuildStore(const QString &why);
+    // The check goes through stages: text queries may go on once the text table is sound (or new),
+    // everything else once the check and any rebuild are over.
+    enum class CheckStage { running, textReady, done };
+    void setCheckStage(CheckStage stage);
+    void waitForCheckStage(CheckStage stage) const;
     struct Extracted;
     void watchLoop();
     void watchFolders(Watcher &watcher);
@@ -180,6 +201,15 @@ private:
     bool m_quitExtraction = false;
     std::vector<const std::atomic<bool> *> m_drainers;
     std::vector<std::thread> m_extractionThreads;
+
+    // The check of the store after it opens.
+    std::thread m_checkThread;
+    mutable std::mutex m_checkMutex;
+    mutable std::condition_variable m_checkDone;
+    CheckStage m_checkStage = CheckStage::done;
+    std::atomic<bool> m_stopCheck = false;
+    // A text query met damage the check did not see (or that came later): checked at the next walk.
+    mutable std::atomic<bool> m_suspect = false;
 };
 
 } // namespace mdindex

@@ -2,8 +2,10 @@
 
 #include "Catalog.h"
 
+#include <QDateTime>
 #include <QString>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -13,10 +15,17 @@ struct sqlite3;
 
 namespace mdindex {
 
+// When the store last had to start over, and why ("integrity check failed: …", "could not be read: …",
+// "schema version 2, expected 3"). Kept in the new store, so it outlives the process that noticed.
+struct RebuildNote {
+    QDateTime when;
+    QString why;
+};
+
 // The index on disk: one SQLite file in WAL mode. Every change goes through a transaction, so a
 // process killed at any moment leaves the last committed state. A file of another schema version, or
 // one SQLite cannot read, is set aside and the index starts empty; the store never refuses to open
-// where the folder is writable.
+// where the folder is writable. The file and its folder are private to the user (0600 and 0700).
 class Store
 {
 public:
@@ -32,12 +41,29 @@ public:
     // 4: names that are not UTF-8 kept as their exact bytes (earlier stores hold them with U+FFFD).
     static constexpr int schemaVersion = 4;
 
-    // Sets the file aside and starts an empty store, for a file that turned out damaged while
-    // reading. False when no new file can be made.
-    bool reset();
-    // True when the store found an unusable file and started over.
+    // Sets the file aside (as <name>.broken) and starts an empty store, for a file that turned out
+    // damaged; `why` goes into the new store's rebuild note. False when no new file can be made.
+    bool reset(const QString &why);
+    // True when this store found an unusable file and started over since it was opened.
     bool wasRebuilt() const { return m_rebuilt; }
+    // The note the last rebuild left, in this process or an earlier one.
+    std::optional<RebuildNote> lastRebuild() const;
     QString path() const { return m_path; }
+    // What SQLite said about the last failed call on the writing connection.
+    QString lastError() const;
+
+    // Checks for damage through a connection of their own, so the store stays usable meanwhile; each
+    // answers an empty text for a sound store (or when `stop` was set), else what is wrong.
+    // checkPages reads every page (PRAGMA quick_check) and only reads. checkText has the full-text
+    // table compare its index with the texts; it holds the write lock while it runs, so the caller
+    // keeps its own writes back until it returns.
+    QString checkPages(const std::atomic<bool> *stop = nullptr) const;
+    QString checkText(const std::atomic<bool> *stop = nullptr) const;
+    // The file as it is now (inode, size and change time of the store and its log), to remember a
+    // sound check by: a store unchanged since a check that found it sound is not checked again.
+    QByteArray fileStamp() const;
+    bool checkedEarlier() const;
+    void rememberChecked(const QByteArray &stamp) const;
 
     struct Row {
         qint64 id = 0;
@@ -68,8 +94,12 @@ public:
     bool remove(qint64 id);
 
     // Store ids of the files whose text holds the full-text query (SQLite FTS5 syntax). Safe to call
-    // from any thread while writes go on: it reads through a connection of its own.
+    // from any thread while writes go on: it reads through a connection of its own. A table SQLite
+    // finds damaged on the way is noted for readFailure().
     std::vector<qint64> matchText(const QString &ftsQuery) const;
+    // What went wrong the last time reading text failed part way (damage found by a query rather than
+    // by a check); empty when nothing did. Taking it clears it.
+    QString takeReadFailure() const;
     // Every stored text, for comparisons the full-text index cannot answer.
     void forEachText(const std::function<void(qint64 id, const QString &text)> &visit) const;
     // Bytes of text held, and the store's size on disk.
@@ -81,6 +111,8 @@ public:
 private:
     explicit Store(QString path);
     bool openFile();
+    void noteReadFailure(int rc) const;
+    QString checkWith(const std::atomic<bool> *stop, int flags, const std::function<QString(sqlite3 *)> &check) const;
     bool createSchema();
     void close();
     bool exec(const char *sql);
@@ -93,6 +125,9 @@ private:
     struct Statements;
     std::unique_ptr<Statements> m_statements;
     bool m_rebuilt = false;
+    // Why openFile() failed last.
+    QString m_openProblem;
+    mutable QString m_readFailure; // under m_readerMutex
 };
 
 } // namespace mdindex

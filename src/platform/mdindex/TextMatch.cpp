@@ -10,6 +10,9 @@ namespace {
 
     enum : quint8 { wordChar = 1, wordStart = 2 };
 
+    // Segments of a pattern that get a prepared matcher; the kinds with a fixed shape need at most three.
+    constexpr std::size_t kMaxMatchers = 8;
+
     bool isDroppedMark(char32_t c)
     {
         const QChar::Category category = QChar::category(c);
@@ -192,8 +195,11 @@ namespace {
 
     qsizetype find(const TextPattern::Segment &segment, QStringView value, qsizetype from)
     {
-        if (!segment.hasAnyChar)
-            return from > value.size() ? -1 : segment.matcher.indexIn(value, from);
+        if (!segment.hasAnyChar) {
+            if (from > value.size())
+                return -1;
+            return segment.matcher ? segment.matcher->indexIn(value, from) : value.indexOf(QStringView(segment.text), from);
+        }
         for (qsizetype pos = from; pos < value.size(); ++pos) {
             if (matchAt(segment, value, pos) >= 0)
                 return pos;
@@ -232,21 +238,22 @@ std::optional<TextPattern> TextPattern::compile(QStringView body, bool ignoreCas
     pattern.m_ignoreDiacritics = ignoreDiacritics;
     pattern.m_wordBased = wordBased;
 
+    // One segment per star at most: no regrowth, whatever the length.
+    pattern.m_segments.reserve(size_t(body.count(u'*')) + 1);
     Segment segment;
     QString run; // literal characters not yet folded
     QString literal;
     const auto flushRun = [&] {
         const qsizetype before = segment.text.size();
         appendFolded(run, ignoreCase, ignoreDiacritics, segment.text, nullptr);
-        segment.anyChar.resize(segment.text.size(), false);
+        if (segment.hasAnyChar)
+            segment.anyChar.resize(segment.text.size(), false);
         if (segment.text.size() - before > pattern.m_requiredLiteral.size())
             pattern.m_requiredLiteral = segment.text.sliced(before);
         run.clear();
     };
     const auto closeSegment = [&] {
         flushRun();
-        if (!segment.hasAnyChar)
-            segment.matcher = QStringMatcher(segment.text);
         pattern.m_segments.push_back(std::move(segment));
         segment = Segment();
     };
@@ -269,6 +276,7 @@ std::optional<TextPattern> TextPattern::compile(QStringView body, bool ignoreCas
         } else if (c == u'?') {
             pattern.m_hasWildcards = true;
             flushRun();
+            segment.anyChar.resize(segment.text.size(), false);
             segment.text.append(u'?');
             segment.anyChar.push_back(true);
             segment.hasAnyChar = true;
@@ -278,6 +286,12 @@ std::optional<TextPattern> TextPattern::compile(QStringView body, bool ignoreCas
     }
     closeSegment();
     pattern.m_literalText = foldText(literal, ignoreCase, ignoreDiacritics);
+    if (pattern.m_segments.size() <= kMaxMatchers) {
+        for (Segment &s : pattern.m_segments) {
+            if (!s.hasAnyChar && !s.text.isEmpty())
+                s.matcher = std::make_shared<const QStringMatcher>(s.text);
+        }
+    }
 
     const auto &segments = pattern.m_segments;
     const auto plain = [&](std::size_t i) { return !segments[i].hasAnyChar && !segments[i].text.isEmpty(); };
@@ -376,7 +390,7 @@ bool TextPattern::matchesFolded(QStringView value) const
     case Kind::suffix:
         return value.endsWith(m_segments[1].text);
     case Kind::contains:
-        return m_segments[1].matcher.indexIn(value) >= 0;
+        return m_segments[1].matcher->indexIn(value) >= 0;
     case Kind::general:
         return matchGeneral(value);
     case Kind::word:

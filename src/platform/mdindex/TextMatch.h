@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringMatcher>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -43,12 +44,15 @@ public:
     const QString &literalText() const { return m_literalText; }
     bool hasWildcards() const { return m_hasWildcards; }
 
-    // A piece between two stars. `?` sits in text as a placeholder with its flag set in anyChar.
+    // A piece between two stars. `?` sits in text as a placeholder with its flag set in anyChar (which
+    // is empty when the piece has no `?`).
     struct Segment {
         QString text;
         std::vector<bool> anyChar;
         bool hasAnyChar = false;
-        QStringMatcher matcher;
+        // Prepared for a search, in patterns of a few pieces; a matcher is about a kilobyte, so a pattern
+        // of many stars searches without.
+        std::shared_ptr<const QStringMatcher> matcher;
     };
 
 private:

@@ -1,6 +1,7 @@
 #include "TextIndex.h"
 #include "FilePath.h"
 
+#include "PrivateFiles.h"
 #include "text/Readable.h"
 
 #include <QCoro/QCoroFuture>
@@ -76,8 +77,10 @@ QString TextIndex::storePath()
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Velk");
     // A folder that cannot be made only means that saves fail quietly.
-    QDir().mkpath(folder);
-    return folder + QStringLiteral("/text-index.json");
+    PrivateFiles::makeFolder(folder);
+    const QString path = folder + QStringLiteral("/text-index.json");
+    PrivateFiles::tighten(path);
+    return path;
 }
 
 double TextIndex::seconds(const QDateTime &date)
@@ -218,6 +221,8 @@ qint64 TextIndex::write(const QHash<QString, Entry> &entries, const QString &pat
     QJsonObject root;
     for (auto it = entries.cbegin(); it != entries.cend(); ++it)
         root.insert(it.key(), QJsonObject {{kModified, it->modified}, {kText, it->text}});
+    // Made 0600 first: QSaveFile keeps the mode of the file it replaces.
+    PrivateFiles::prepareFile(path);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return -1;
