@@ -18,12 +18,14 @@
 #include <QMimeDatabase>
 #include <QVariantList>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <sys/prctl.h>
+#include <poll.h>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
 using WorkerProtocol::Request;
@@ -104,6 +106,10 @@ private:
     {
         const int pixels = args.value(QStringLiteral("pixels")).toInt();
         const auto kind = ThumbnailGenerator::Kind(args.value(QStringLiteral("kind")).toInt());
+        // The program says where its shared cache is; the worker's own environment may be older.
+        const QString cacheRoot = args.value(QStringLiteral("cacheRoot")).toString();
+        if (cacheRoot.endsWith(u"/thumbnails") && cacheRoot != ThumbnailCache::root())
+            qputenv("XDG_CACHE_HOME", FilePath::toNative(cacheRoot.chopped(11)));
         const QImage image = ThumbnailGenerator::generate(path, kind, pixels);
         // Stored into the desktop's shared cache here, as thumbnailers do, for this program and others.
         if (const auto source = ThumbnailCache::Source::of(path)) {
@@ -152,10 +158,13 @@ void limitMemory(rlim_t bytes)
 
 int main(int argc, char **argv)
 {
-    // Ends with the program that started it, whatever way that one ends.
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() == 1)
-        return 0;
+    // Ends with the program that started it, whatever way that one ends: its end closes the socket.
+    // (A parent-death signal would follow the thread that started this worker, not the program.)
+    std::thread([] {
+        pollfd p {WorkerProtocol::kSocketFd, POLLRDHUP, 0};
+        while (::poll(&p, 1, -1) < 0 && errno == EINTR) { }
+        std::_Exit(0);
+    }).detach();
 
     bool background = false;
     rlim_t memory = 0;
@@ -173,6 +182,10 @@ int main(int argc, char **argv)
     limitMemory(memory);
 
     Worker worker;
+    // Tells the supervisor this worker runs: one that dies before this (a library missing after an
+    // upgrade) is a broken installation, not a broken file.
+    if (!WorkerProtocol::writeFrame(WorkerProtocol::kSocketFd, WorkerProtocol::encodeAnswer({{QStringLiteral("ready"), true}})))
+        return 0;
     for (;;) {
         const std::optional<QByteArray> frame = WorkerProtocol::readFrame(WorkerProtocol::kSocketFd);
         if (!frame)

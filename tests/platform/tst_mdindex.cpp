@@ -318,7 +318,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason");
         QTest::newRow("garbage") << u"garbage"_s << u"could not be read: file is not a database"_s;
         QTest::newRow("truncated") << u"truncated"_s << u"malformed"_s;
-        QTest::newRow("older schema") << u"older"_s << u"schema version 0, expected 3"_s;
+        QTest::newRow("older schema") << u"older"_s << u"schema version 0, expected %1"_s.arg(mdindex::Store::schemaVersion);
         QTest::newRow("empty file") << u"empty"_s << QString();
     }
 

@@ -19,6 +19,12 @@ public:
     virtual void extract(const QString &path, const FileFacts &facts, ExtractedAttributes &into) const = 0;
 };
 
+// Thrown by an extractor that cannot read anything at the moment, whatever the file (its reader program
+// is missing or cannot start): the file is left pending and read when extraction runs next, rather
+// than recorded as read with nothing in it.
+struct ExtractionUnavailable {
+};
+
 // One directory entry as the walk finds it.
 struct WalkEntry {
     FileFacts facts;

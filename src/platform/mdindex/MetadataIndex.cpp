@@ -236,6 +236,9 @@ void MetadataIndex::rebuildStore(const QString &why)
                 continue;
             const Catalog::Row parent = m_catalog.parent(row);
             Store::Row write {m_catalog.id(row), parent == Catalog::noRow ? 0 : m_catalog.id(parent), m_catalog.facts(row), m_catalog.extracted(row), {}};
+            // The store keeps a root under its whole path; the catalog names it by its last part.
+            if (parent == Catalog::noRow)
+                write.facts.name = m_catalog.rootPath(row);
             write.isNew = true;
             m_store->upsert(write);
             if (!m_catalog.isDirectory(row) && !write.facts.isSymlink)
@@ -775,9 +778,13 @@ std::optional<MetadataIndex::Extracted> MetadataIndex::extractRow(Catalog::Row r
         e.facts.name = e.known.name;
         e.facts.contentType = Crawler::contentType(QFileInfo(path).path(), e.facts);
     }
-    for (const auto &extractor : m_extractors) {
-        if (extractor->wants(e.facts))
-            extractor->extract(path, e.facts, e.attributes);
+    try {
+        for (const auto &extractor : m_extractors) {
+            if (extractor->wants(e.facts))
+                extractor->extract(path, e.facts, e.attributes);
+        }
+    } catch (const ExtractionUnavailable &) {
+        return std::nullopt;
     }
     // The words inside a file go to the store's full-text table, not into memory.
     e.text = e.attributes.take(MDAttribute::textContent.toString()).toString();
@@ -989,6 +996,9 @@ void MetadataIndex::stopWatching()
         return;
     extractInBackground(false);
     m_stopWatching = true;
+    // The walk may be waiting for the store's check, which can take a while on a large store: the
+    // program is closing, the check comes again at the next start.
+    m_stopCheck = true;
     m_watcher->wake();
     m_watchThread.join();
     m_watcher.reset();

@@ -20,9 +20,13 @@ namespace {
         void extract(const QString &path, const FileFacts &facts, ExtractedAttributes &into) const override
         {
             // A file that cannot be read gives nothing, as a damaged file does in the worker itself; it
-            // is recorded as read for its current facts and not tried again until it changes.
-            if (const auto attributes = ParseWorkers::extract(path, facts, m_priority))
+            // is recorded as read for its current facts and not tried again until it changes. Without
+            // a worker nothing is known, and the file waits.
+            ParseWorkers::Outcome outcome = ParseWorkers::Outcome::unavailable;
+            if (const auto attributes = ParseWorkers::extract(path, facts, m_priority, &outcome))
                 into.insert(*attributes);
+            else if (outcome == ParseWorkers::Outcome::unavailable)
+                throw ExtractionUnavailable {};
         }
 
     private:

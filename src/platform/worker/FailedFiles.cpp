@@ -1,6 +1,7 @@
 #include "FailedFiles.h"
 
 #include "FilePath.h"
+#include "PrivateFiles.h"
 
 #include <QDir>
 #include <QHash>
@@ -29,8 +30,9 @@ namespace {
 
     State &state()
     {
-        static State s;
-        return s;
+        // Never destroyed: threads may still record a file while the program ends.
+        static State *s = new State;
+        return *s;
     }
 
     // One line a file: size, modification time in ms, reason, and the exact path percent-encoded.
@@ -80,15 +82,17 @@ void add(const QString &path, qint64 size, qint64 modifiedMs, const QString &rea
 {
     State &s = state();
     std::lock_guard guard(s.mutex);
+    // Read again first: the program and velk-find both keep the list, and neither may drop what the
+    // other recorded.
+    s.loadedFrom.clear();
     loadLocked(s);
     const QByteArray native = FilePath::toNative(path);
     s.records.insert(native, Record {size, modifiedMs, reason});
     // Written whole through a private temporary file and a rename: a record that changed replaces its
     // old line, and a reader never sees half a file.
     const QString file = location();
-    const QByteArray folder = FilePath::toNative(QFileInfo(file).path());
-    QDir().mkpath(QFileInfo(file).path());
-    ::chmod(folder.constData(), 0700);
+    if (!PrivateFiles::makeFolder(QFileInfo(file).path()))
+        return;
     QByteArray all;
     for (auto it = s.records.cbegin(); it != s.records.cend(); ++it)
         all += line(it.key(), it.value());

@@ -2,6 +2,7 @@
 
 #include "FailedFiles.h"
 #include "FilePath.h"
+#include "thumbnails/ThumbnailCache.h"
 
 #include <QByteArray>
 #include <QFileInfo>
@@ -13,6 +14,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -119,7 +121,8 @@ namespace {
                     std::lock_guard guard(m_mutex);
                     ++m_statistics.requests;
                 }
-                const auto limit = m_settings.timeout > 0ms ? m_settings.timeout : timeout > 0ms ? timeout : defaultTimeout(request);
+                const auto configured = settings().timeout;
+                const auto limit = configured > 0ms ? configured : timeout > 0ms ? timeout : defaultTimeout(request);
                 bool timedOut = false;
                 const std::optional<QByteArray> reply = WorkerProtocol::readFrame(worker->fd, std::chrono::steady_clock::now() + limit, &timedOut);
                 std::optional<QVariantMap> answer = reply ? WorkerProtocol::decodeAnswer(*reply) : std::nullopt;
@@ -196,10 +199,19 @@ namespace {
             const QString program = programLocked();
             if (program.isEmpty())
                 return std::nullopt;
-            std::optional<Worker> w = spawn(program, priority);
+            // The place is taken now; the worker is started without holding the lock, since it may take
+            // a moment to say it is ready.
+            ++pool.running;
+            const qint64 memory = m_settings.memoryLimitBytes;
+            guard.unlock();
+            std::optional<Worker> w = spawn(program, priority, memory);
+            guard.lock();
             if (w) {
-                ++pool.running;
                 ++m_statistics.started;
+            } else {
+                --pool.running;
+                guard.unlock();
+                m_freed.notify_one();
             }
             return w;
         }
@@ -255,7 +267,7 @@ namespace {
             return QStringLiteral("crashed");
         }
 
-        std::optional<Worker> spawn(const QString &program, Priority priority)
+        std::optional<Worker> spawn(const QString &program, Priority priority, qint64 memoryLimit)
         {
             int sockets[2];
             if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
@@ -272,14 +284,34 @@ namespace {
             posix_spawn_file_actions_addclosefrom_np(&actions, WorkerProtocol::kSocketFd + 1);
             const QByteArray path = FilePath::toNative(program);
             const QByteArray priorityArg = priority == Priority::background ? "background" : "interactive";
-            const QByteArray memory = QByteArray::number(m_settings.memoryLimitBytes);
+            const QByteArray memory = QByteArray::number(memoryLimit);
             const char *argv[] = {path.constData(), "--priority", priorityArg.constData(), "--memory-limit", memory.constData(), nullptr};
+            // OpenMP (under Tesseract) would start a thread per core, each with its own stack and arena
+            // inside the worker's memory limit; two are plenty for one picture at a time.
+            std::vector<char *> environment;
+            for (char **e = environ; *e; ++e) {
+                if (std::strncmp(*e, "OMP_THREAD_LIMIT=", 17) != 0)
+                    environment.push_back(*e);
+            }
+            static char threadLimit[] = "OMP_THREAD_LIMIT=2";
+            environment.push_back(threadLimit);
+            environment.push_back(nullptr);
             pid_t pid = -1;
-            const int error = ::posix_spawn(&pid, path.constData(), &actions, nullptr, const_cast<char **>(argv), environ);
+            const int error = ::posix_spawn(&pid, path.constData(), &actions, nullptr, const_cast<char **>(argv), environment.data());
             posix_spawn_file_actions_destroy(&actions);
             ::close(sockets[1]);
             if (error != 0) {
                 ::close(sockets[0]);
+                return std::nullopt;
+            }
+            // A worker says it is ready once its libraries are loaded. One that dies or stays silent
+            // before that is a broken installation: no file is blamed, and nothing is read.
+            const std::optional<QByteArray> hello = WorkerProtocol::readFrame(sockets[0], std::chrono::steady_clock::now() + 30s);
+            const std::optional<QVariantMap> ready = hello ? WorkerProtocol::decodeAnswer(*hello) : std::nullopt;
+            if (!ready || !ready->value(QStringLiteral("ready")).toBool()) {
+                ::close(sockets[0]);
+                ::kill(pid, SIGKILL);
+                ::waitpid(pid, nullptr, 0);
                 return std::nullopt;
             }
             return Worker {pid, sockets[0]};
@@ -295,8 +327,10 @@ namespace {
 
     Supervisor &supervisor()
     {
-        static Supervisor instance;
-        return instance;
+        // Never destroyed: threads may still be asking while the program ends; its workers end when
+        // their sockets close with it.
+        static Supervisor *instance = new Supervisor;
+        return *instance;
     }
 
 } // namespace
@@ -316,11 +350,17 @@ std::optional<mdindex::ExtractedAttributes> extract(const QString &path, const m
     return answer.values.value(QStringLiteral("attributes")).toHash();
 }
 
-QImage thumbnail(const QString &path, int kind, int pixels, Priority priority, const std::atomic<bool> *cancelled)
+QImage thumbnail(const QString &path, int kind, int pixels, Priority priority, const std::atomic<bool> *cancelled, Outcome *outcome)
 {
+    if (outcome)
+        *outcome = Outcome::unavailable;
     if (cancelled && cancelled->load())
         return {};
-    const Answer answer = call(Request::thumbnail, path, {{QStringLiteral("kind"), kind}, {QStringLiteral("pixels"), pixels}}, priority);
+    // The cache the program reads is the one the worker writes, whatever the worker's environment.
+    const QVariantMap args {{QStringLiteral("kind"), kind}, {QStringLiteral("pixels"), pixels}, {QStringLiteral("cacheRoot"), ThumbnailCache::root()}};
+    const Answer answer = call(Request::thumbnail, path, args, priority);
+    if (outcome)
+        *outcome = answer.outcome;
     return WorkerProtocol::unpackImage(answer.values.value(QStringLiteral("image")).toByteArray());
 }
 

@@ -46,7 +46,8 @@ Answer call(WorkerProtocol::Request request, const QString &path, const QVariant
 // The typed requests.
 std::optional<mdindex::ExtractedAttributes> extract(const QString &path, const mdindex::FileFacts &facts, Priority priority, Outcome *outcome = nullptr);
 // `kind` is a ThumbnailGenerator::Kind; the worker also stores the picture in the shared cache.
-QImage thumbnail(const QString &path, int kind, int pixels, Priority priority = Priority::interactive, const std::atomic<bool> *cancelled = nullptr);
+QImage thumbnail(const QString &path, int kind, int pixels, Priority priority = Priority::interactive, const std::atomic<bool> *cancelled = nullptr,
+    Outcome *outcome = nullptr);
 QString recognizeText(const QString &path, Priority priority);
 RecognizedText recognizeWords(const QString &path, Priority priority, QSize *pictureSize = nullptr);
 QImage picture(const QString &path, int pixels, Priority priority);

@@ -1,5 +1,6 @@
 #include "DuplicateScanner.h"
 #include "FilePath.h"
+#include "InputFile.h"
 
 #include "UserPlaces.h"
 #include "fileidentity/FileIdentity.h"
@@ -231,9 +232,13 @@ std::optional<QString> fingerprint(const QUrl &url, qint64 size, bool full, qint
 
 Sameness compareInFull(const QUrl &a, const QUrl &b, const std::atomic<bool> *cancel)
 {
-    QFile first(a.toLocalFile());
-    QFile second(b.toLocalFile());
-    if (!first.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || !second.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    // By the exact names, without blocking, regular files only: a FIFO put in a copy's place since the
+    // scan must not stall the proof.
+    const InputFile firstInput(FilePath::fromUrl(a));
+    const InputFile secondInput(FilePath::fromUrl(b));
+    QFile first;
+    QFile second;
+    if (!firstInput.openDevice(first) || !secondInput.openDevice(second))
         return Sameness::unreadable;
     if (first.size() != second.size())
         return Sameness::different;

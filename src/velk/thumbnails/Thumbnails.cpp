@@ -63,15 +63,17 @@ std::optional<Thumbnail> generate(const QUrl &url, int pixels, const FirstLook &
     // Made at the full size of the shared cache's folder, so that other programs can use it too.
     const ThumbnailCache::Flavor flavor = ThumbnailCache::flavorFor(pixels);
     // Made, and stored in the shared cache, by a parsing worker.
-    const QImage image
-        = ParseWorkers::thumbnail(look.source->path, int(look.kind), ThumbnailCache::maximumSide(flavor), ParseWorkers::Priority::interactive, cancelled);
+    ParseWorkers::Outcome outcome = ParseWorkers::Outcome::unavailable;
+    const QImage image = ParseWorkers::thumbnail(
+        look.source->path, int(look.kind), ThumbnailCache::maximumSide(flavor), ParseWorkers::Priority::interactive, cancelled, &outcome);
     // A tile that went away while its picture was made leaves nothing behind, whether or not the
     // decoder noticed in time.
     if (cancelled && cancelled->load())
         return std::nullopt;
     if (image.isNull()) {
         // The worker records a file it could not draw; one that took the worker down is recorded here.
-        if (!ThumbnailCache::hasFailed(*look.source))
+        // Without a worker nothing is known of the file, and nothing is recorded.
+        if (outcome == ParseWorkers::Outcome::failed && !ThumbnailCache::hasFailed(*look.source))
             ThumbnailCache::writeFailure(*look.source);
         return iconThumbnail(url, pixels);
     }
