@@ -2,6 +2,9 @@
 #include "TestHome.h"
 
 #include "MetadataRecord.h"
+#include "mdindex/MetadataIndex.h"
+#include "mdindex/Query.h"
+#include "mdindex/WorkerExtractors.h"
 #include "thumbnails/ThumbnailCache.h"
 #include "thumbnails/ThumbnailGenerator.h"
 #include "worker/FailedFiles.h"
@@ -239,6 +242,46 @@ private Q_SLOTS:
         const QList<int> nice = workerNiceValues();
         QVERIFY2(nice.contains(19), "no background worker at nice 19");
         QVERIFY2(nice.contains(0), "no interactive worker at normal priority");
+    }
+
+    // A worker that cannot start (a library gone after an upgrade) is no fault of any file: nothing is
+    // recorded, and the index leaves the file waiting until a worker can read it.
+    void aBrokenWorkerBlamesNoFileAndLeavesItPending()
+    {
+        TestHome home;
+        const QString note = home.file(u"Documents/note.txt"_s, "cormorants nest here\n");
+        const QString broken = home.file(u"bin/velk-worker"_s, "#!/bin/sh\nexit 127\n");
+        QVERIFY(QFile::setPermissions(broken, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+
+        const ParseWorkers::Settings saved = ParseWorkers::settings();
+        ParseWorkers::shutDown();
+        ParseWorkers::Settings settings = saved;
+        settings.program = broken;
+        ParseWorkers::configure(settings);
+
+        Outcome outcome = Outcome::answered;
+        QVERIFY(!ParseWorkers::extract(note, facts(note, u"public.plain-text"_s), Priority::background, &outcome));
+        QCOMPARE(outcome, Outcome::unavailable);
+
+        mdindex::MetadataIndex::Options options;
+        options.storePath = home.path(u".cache/velk/index.sqlite"_s);
+        options.roots = {home.path(u"Documents"_s)};
+        mdindex::MetadataIndex index(options);
+        for (auto &extractor : mdindex::workerExtractors(Priority::interactive))
+            index.addExtractor(std::move(extractor));
+        QVERIFY(index.open());
+        index.update();
+        QCOMPARE(index.pendingExtractions(), 1);
+        QVERIFY(!FailedFiles::contains(note, QFileInfo(note).size(), QFileInfo(note).lastModified().toMSecsSinceEpoch()));
+
+        // With a working worker the same file is read.
+        ParseWorkers::configure(saved);
+        index.extractPending();
+        QCOMPARE(index.pendingExtractions(), 0);
+        const auto query = mdindex::Query::parse(u"kMDItemTextContent == \"cormorant*\"cdw"_s);
+        QVERIFY(query);
+        const int found = index.read([&](const mdindex::Catalog &catalog) { return int(catalog.search(*query, {}, {}, index.textSearch()).size()); });
+        QCOMPARE(found, 1);
     }
 
     void aWorkerKilledWhileIdleIsReplaced()
