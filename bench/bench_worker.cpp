@@ -127,8 +127,9 @@ int main(int argc, char **argv)
     std::printf("%-16s %10s %12s %12s %8s\n", "", "files", "in process", "worker", "ratio");
     std::printf("%-16s %10lld %11.2fs %11.2fs %7.2fx\n", "whole home", static_cast<long long>(best[1].files), best[0].seconds, best[1].seconds,
         best[1].seconds / best[0].seconds);
-    std::printf("\nfiles per second of extraction time, per kind (one thread's view)\n");
-    std::printf("%-16s %10s %12s %12s %8s\n", "kind", "files", "in process", "worker", "ratio");
+    std::printf("\nextractor calls per second of extraction time, per kind of file (one thread's view; a file is one call to\n"
+                "the worker or to each extractor that wants it, plus one for its download address)\n");
+    std::printf("%-16s %10s %12s %12s %8s\n", "kind", "calls", "in process", "worker", "ratio");
     for (const auto &[kind, inProcess] : times[0].byKind) {
         const auto worker = times[1].byKind[kind];
         const double a = double(inProcess.first) / (double(inProcess.second) / 1e9);

@@ -25,13 +25,18 @@ hf() {
   grep -o '"median": *[0-9.e+-]*' "$work/hf.json" | head -1 | awk -F: '{ printf "%.1f", $2 * 1000 }'
 }
 echo
-echo "whole processes, median ms (hyperfine)"
+echo "whole processes, median ms (hyperfine); both velk-find versions started through env with their own store"
+query="kMDItemFSName == \"*report*\"c"
 printf '%-34s %10s\n' "command" "ms"
-printf '%-34s %10s\n' "velk-find --version" "$(hf "$velk --version")"
-printf '%-34s %10s\n' "velk-find --raw name query" "$(hf "$velk --raw kMDItemFSName==\"*report*\"c")"
+printf '%-34s %10s\n' "velk-find --version" "$(hf "env XDG_CACHE_HOME=$XDG_CACHE_HOME $velk --version")"
+printf '%-34s %10s\n' "velk-find --raw name query" "$(hf "env XDG_CACHE_HOME=$XDG_CACHE_HOME $velk --raw '$query'")"
 if [[ -n ${OLD_BUILD:-} && -x $OLD_BUILD/bin/velk-find ]]; then
-  printf '%-34s %10s\n' "earlier velk-find --version" "$(hf "$OLD_BUILD/bin/velk-find --version")"
-  printf '%-34s %10s\n' "earlier velk-find name query" "$(hf "$OLD_BUILD/bin/velk-find --raw kMDItemFSName==\"*report*\"c")"
+  # The earlier version keeps a store of another format: it gets a cache folder of its own.
+  old_cache=$work/old-cache
+  XDG_CACHE_HOME=$old_cache "$OLD_BUILD/bin/velk-find" --update >/dev/null 2>&1
+  printf '%-34s %10s\n' "earlier velk-find --version" "$(hf "env XDG_CACHE_HOME=$old_cache $OLD_BUILD/bin/velk-find --version")"
+  printf '%-34s %10s\n' "earlier velk-find name query" "$(hf "env XDG_CACHE_HOME=$old_cache $OLD_BUILD/bin/velk-find --raw '$query'")"
 fi
 printf '%-34s %10s\n' "plocate --version" "$(hf "plocate --version")"
 printf '%-34s %10s\n' "plocate -i report" "$(hf "plocate -d $db -i report")"
+printf '%-34s %10s\n' "answers: velk-find / plocate" "$("$velk" --raw "$query" | wc -l) / $(plocate -d "$db" -i report | wc -l)"

@@ -11,7 +11,11 @@ namespace ThumbnailGenerator {
 
 Kind kindOf(const QString &path)
 {
-    const std::optional<UTType> type = UTType::forFile(path);
+    return kindOf(UTType::forFile(path));
+}
+
+Kind kindOf(const std::optional<UTType> &type)
+{
     if (!type)
         return Kind::none;
     if (type->conforms(u"public.heif-standard") || type->conforms(u"public.avif"))

@@ -36,23 +36,7 @@ mdindex::FileFacts factsByName(const QString &path)
 
 ThumbnailGenerator::Kind kindByName(const QString &path)
 {
-    using Kind = ThumbnailGenerator::Kind;
-    const auto type = UTType::fromFilenameExtension(QFileInfo(path).suffix());
-    if (!type)
-        return Kind::none;
-    if (type->conforms(u"public.heif-standard"))
-        return Kind::heif;
-    if (type->conforms(u"public.camera-raw-image"))
-        return Kind::cameraRaw;
-    if (type->conforms(UTType::image()))
-        return Kind::picture;
-    if (type->conforms(UTType::pdf()))
-        return Kind::pdf;
-    if (type->conforms(UTType::audio()))
-        return Kind::audio;
-    if (type->conforms(UTType::movie()))
-        return Kind::video;
-    return Kind::none;
+    return ThumbnailGenerator::kindOf(UTType::fromFilenameExtension(QFileInfo(path).suffix()));
 }
 
 timespec accessTime(const QString &path)
