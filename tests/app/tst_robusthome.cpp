@@ -71,7 +71,7 @@ private Q_SLOTS:
     {
         m_home = std::make_unique<TestHome>();
         qputenv("VELK_WORKER_FAULT", "crash=crashes;hang=hangs;memory=greedy");
-        qputenv("VELK_WORKER_TIMEOUT_MS", "3000");
+        qputenv("VELK_WORKER_TIMEOUT_MS", "8000");
         qputenv("VELK_WORKER_MEMORY_MB", "768");
         QString error;
 
