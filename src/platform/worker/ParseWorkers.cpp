@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -191,10 +192,18 @@ namespace {
             std::unique_lock guard(m_mutex);
             Pool &pool = m_pools[int(priority)];
             m_freed.wait(guard, [&] { return !pool.idle.empty() || pool.running < std::max(1, m_settings.workersPerPriority); });
-            if (!pool.idle.empty()) {
+            while (!pool.idle.empty()) {
                 const Worker w = pool.idle.back();
                 pool.idle.pop_back();
-                return w;
+                // A worker that ended while idle (killed from outside) has hung up its socket: it is
+                // reaped here, at once, and its place goes to a new one.
+                pollfd p {w.fd, POLLRDHUP, 0};
+                if (::poll(&p, 1, 0) == 0)
+                    return w;
+                ::close(w.fd);
+                ::kill(w.pid, SIGKILL);
+                ::waitpid(w.pid, nullptr, 0);
+                --pool.running;
             }
             const QString program = programLocked();
             if (program.isEmpty())
