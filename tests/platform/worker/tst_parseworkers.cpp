@@ -43,6 +43,22 @@ class TestParseWorkers : public QObject
         return f;
     }
 
+    // Workers of this process that have not ended yet (a zombie has closed its socket).
+    static int liveWorkers()
+    {
+        int live = 0;
+        for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
+            QFile stat(u"/proc/"_s + pid + u"/stat"_s);
+            if (!stat.open(QIODevice::ReadOnly))
+                continue;
+            const QByteArray line = stat.readAll();
+            const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+            if (fields.size() > 1 && fields[1].toInt() == ::getpid() && line.contains("(velk-worker)") && fields[0] != "Z")
+                ++live;
+        }
+        return live;
+    }
+
     static QList<int> workerNiceValues()
     {
         // Children of this process and their nice values (field 19 of /proc/PID/stat).
@@ -297,7 +313,7 @@ private Q_SLOTS:
         QCOMPARE(read.load(), 2);
         const qint64 started = ParseWorkers::statistics().started;
         QVERIFY(QProcess::execute(u"pkill"_s, {u"-KILL"_s, u"-P"_s, QString::number(::getpid()), u"velk-worker"_s}) == 0);
-        QTest::qWait(100);
+        QTRY_COMPARE(liveWorkers(), 0);
         QVERIFY(ParseWorkers::extract(pdf, facts(pdf, u"com.adobe.pdf"_s), Priority::background));
         QVERIFY(ParseWorkers::statistics().started > started);
         // A worker that died on its own, not on a file, leaves no record of the file.

@@ -112,19 +112,22 @@ private Q_SLOTS:
         QSignalSpy exactChanged(&finder, &DuplicateFinder::exactChanged);
 
         QCoro::Task<> first = finder.scan({});
-        QCOMPARE(finder.phase().kind, Phase::gathering);
-        // A second call while the first runs does nothing.
+        QVERIFY(!phases.isEmpty());
+        QCOMPARE(phases.first().kind, Phase::gathering);
+        // A second call while the first runs does nothing. (On a busy machine the query may already
+        // have answered and the first scan finished by now; then the second is a scan of its own.)
+        const bool firstRunning = finder.phase().isRunning();
         QCoro::waitFor(finder.scan({}));
         QCoro::waitFor(std::move(first));
 
-        QCOMPARE(phases.count(Phase {Phase::gathering}), 1);
+        QCOMPARE(phases.count(Phase {Phase::gathering}), firstRunning ? 1 : 2);
         QCOMPARE(phases.first(), Phase {Phase::gathering});
         QCOMPARE(phases[1], Phase::hashingAt(0, 1));
         QCOMPARE(phases.last(), Phase {Phase::finished});
         QCOMPARE(phases[phases.size() - 2], Phase::hashingAt(5, 5));
         QCOMPARE(finder.scannedFiles(), 6);
         QVERIFY(finder.lastScan() && finder.lastScan()->isValid());
-        QCOMPARE(exactChanged.count(), 1);
+        QVERIFY(firstRunning ? exactChanged.count() == 1 : exactChanged.count() >= 1);
 
         const QList<DuplicateGroup> groups = finder.exact();
         QCOMPARE(groups.size(), 2);
