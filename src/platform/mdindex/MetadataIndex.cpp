@@ -189,16 +189,22 @@ void MetadataIndex::setCheckStage(CheckStage stage)
     m_checkDone.notify_all();
 }
 
-void MetadataIndex::checkStore()
+QString MetadataIndex::findDamage()
 {
     // Every page first, reading only; then the full-text table, which needs the write lock: our own
     // writes wait for it rather than fail.
-    const QByteArray stamp = m_store->fileStamp();
     QString problem = m_store->checkPages(&m_stopCheck);
     if (problem.isEmpty() && !m_stopCheck) {
         std::lock_guard writer(m_writerMutex);
         problem = m_store->checkText(&m_stopCheck);
     }
+    return problem;
+}
+
+void MetadataIndex::checkStore()
+{
+    const QByteArray stamp = m_store->fileStamp();
+    const QString problem = findDamage();
     if (problem.isEmpty() || m_stopCheck) {
         if (problem.isEmpty() && !m_stopCheck)
             m_store->rememberChecked(stamp);
@@ -555,12 +561,7 @@ UpdateProgress MetadataIndex::updateBasic(const std::function<void(const UpdateP
     // fill the new one.
     waitForCheck();
     if (m_suspect.exchange(false)) {
-        QString problem = m_store->checkPages();
-        if (problem.isEmpty()) {
-            std::lock_guard writer(m_writerMutex);
-            problem = m_store->checkText();
-        }
-        if (!problem.isEmpty())
+        if (const QString problem = findDamage(); !problem.isEmpty())
             rebuildStore(problem);
     }
 

@@ -141,6 +141,8 @@ public:
 
 private:
     struct Walk;
+    // What the store's check finds wrong, or nothing; stops early when m_stopCheck is set.
+    QString findDamage();
     void checkStore();
     // Sets the store aside, starts it anew from the catalog, and has every file's contents read again.
     void rebuildStore(const QString &why);

@@ -15,6 +15,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -43,26 +44,10 @@ class TestParseWorkers : public QObject
         return f;
     }
 
-    // Workers of this process that have not ended yet (a zombie has closed its socket).
-    static int liveWorkers()
+    // The fields of /proc/PID/stat after the name (state first) of each velk-worker this process started.
+    static QList<QList<QByteArray>> workers()
     {
-        int live = 0;
-        for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
-            QFile stat(u"/proc/"_s + pid + u"/stat"_s);
-            if (!stat.open(QIODevice::ReadOnly))
-                continue;
-            const QByteArray line = stat.readAll();
-            const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-            if (fields.size() > 1 && fields[1].toInt() == ::getpid() && line.contains("(velk-worker)") && fields[0] != "Z")
-                ++live;
-        }
-        return live;
-    }
-
-    static QList<int> workerNiceValues()
-    {
-        // Children of this process and their nice values (field 19 of /proc/PID/stat).
-        QList<int> values;
+        QList<QList<QByteArray>> found;
         for (const QString &pid : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
             QFile stat(u"/proc/"_s + pid + u"/stat"_s);
             if (!stat.open(QIODevice::ReadOnly))
@@ -70,8 +55,24 @@ class TestParseWorkers : public QObject
             const QByteArray line = stat.readAll();
             const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
             if (fields.size() > 16 && fields[1].toInt() == ::getpid() && line.contains("(velk-worker)"))
-                values.append(fields[16].toInt());
+                found.append(fields);
         }
+        return found;
+    }
+
+    // Workers that have not ended yet (a zombie has closed its socket).
+    static int liveWorkers()
+    {
+        const auto all = workers();
+        return int(std::count_if(all.begin(), all.end(), [](const QList<QByteArray> &fields) { return fields[0] != "Z"; }));
+    }
+
+    // Their nice values (field 19 of the whole line).
+    static QList<int> workerNiceValues()
+    {
+        QList<int> values;
+        for (const QList<QByteArray> &fields : workers())
+            values.append(fields[16].toInt());
         return values;
     }
 
