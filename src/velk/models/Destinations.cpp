@@ -101,3 +101,76 @@ size_t qHash(const SidebarItem &item, size_t seed) noexcept
         },
         item.m_payload);
 }
+
+QString SidebarItem::key() const
+{
+    switch (m_case) {
+    case Case::home:
+        return QStringLiteral("home");
+    case Case::smart:
+        return QStringLiteral("smart/") + smartCollection()->rawValue();
+    case Case::category:
+        return QStringLiteral("category/") + fileCategory()->rawValue();
+    case Case::location:
+        return QStringLiteral("location/") + locationValue()->url.toString(QUrl::FullyEncoded);
+    case Case::duplicates:
+        return QStringLiteral("duplicates");
+    case Case::cleanupHub:
+        return QStringLiteral("cleanupHub");
+    case Case::cleanup:
+        return QStringLiteral("cleanup/") + cleanupKind()->rawValue();
+    case Case::sources:
+        return QStringLiteral("sources");
+    case Case::source:
+        return QStringLiteral("source/") + *sourceName();
+    }
+    return {};
+}
+
+std::optional<SidebarItem> SidebarItem::fromKey(const QString &key)
+{
+    const qsizetype slash = key.indexOf(QLatin1Char('/'));
+    const QString head = slash < 0 ? key : key.left(slash);
+    const QString rest = slash < 0 ? QString() : key.mid(slash + 1);
+    if (slash < 0) {
+        if (head == QLatin1String("home"))
+            return home();
+        if (head == QLatin1String("duplicates"))
+            return duplicates();
+        if (head == QLatin1String("cleanupHub"))
+            return cleanupHub();
+        if (head == QLatin1String("sources"))
+            return sources();
+        return std::nullopt;
+    }
+    if (head == QLatin1String("smart")) {
+        if (const auto collection = SmartCollection::fromRaw(rest))
+            return smart(*collection);
+    } else if (head == QLatin1String("category")) {
+        if (const auto c = FileCategory::fromRaw(rest))
+            return category(*c);
+    } else if (head == QLatin1String("cleanup")) {
+        if (const auto kind = CleanupKind::fromRaw(rest))
+            return cleanup(*kind);
+    } else if (head == QLatin1String("source")) {
+        if (!rest.isEmpty())
+            return source(rest);
+    } else if (head == QLatin1String("location")) {
+        const QUrl url(rest, QUrl::StrictMode);
+        if (!url.isValid() || !url.isLocalFile())
+            return std::nullopt;
+        for (const Location &place : Location::standard()) {
+            if (place.url == url)
+                return location(place);
+        }
+        return location({url, Location::displayName(url), QStringLiteral("folder")});
+    }
+    return std::nullopt;
+}
+
+QString Location::displayName(const QUrl &url)
+{
+    const QString path = QDir::cleanPath(url.isLocalFile() ? FilePath::fromUrl(url) : url.path());
+    const QString name = QFileInfo(path).fileName();
+    return FilePath::display(name.isEmpty() ? path : name);
+}

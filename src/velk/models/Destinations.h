@@ -55,6 +55,8 @@ struct Location {
     // The folders of the sidebar, read anew on each call: home, the XDG user folders, the cloud drive
     // where it exists, and the applications.
     static QList<Location> standard();
+    // A folder's name for people: its last path component; the root folder is called by its path.
+    static QString displayName(const QUrl &url);
 };
 size_t qHash(const Location &location, size_t seed = 0) noexcept;
 
@@ -76,6 +78,12 @@ public:
 
     Case kind() const { return m_case; }
     QString title() const;
+    // A text naming the destination, the same for equal items: "home", "category/images",
+    // "smart/recents", "location/<url>", "cleanup/installers", "source/<name>", "duplicates", ...
+    QString key() const;
+    // The destination of a key. A location is known by its URL: one of the standard places keeps its
+    // title and symbol, any other folder takes its display name and "folder".
+    static std::optional<SidebarItem> fromKey(const QString &key);
 
     std::optional<SmartCollection> smartCollection() const { return get<SmartCollection>(); }
     std::optional<FileCategory> fileCategory() const { return get<FileCategory>(); }

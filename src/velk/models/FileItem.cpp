@@ -3,6 +3,7 @@
 #include "DesktopEntry.h"
 #include "Fmt.h"
 #include "MetadataRecord.h"
+#include "thumbnails/PathExtension.h"
 
 #include <QFileInfo>
 
@@ -180,4 +181,16 @@ QString FileItem::subtitle(const QDateTime &now) const
 size_t qHash(const FileItem &item, size_t seed) noexcept
 {
     return qHash(item.url, seed);
+}
+
+QString FileItem::dateText() const
+{
+    if (modified == distantPast())
+        return QStringLiteral("--");
+    return Fmt::date(modified);
+}
+
+QString FileItem::extension() const
+{
+    return pathExtension(name);
 }

@@ -16,6 +16,27 @@ class MetadataRecord;
 // One file or folder as Velk knows it. A plain value; its identity is its URL alone, so two records of
 // the same file taken at different times are equal even when their sizes or dates differ.
 struct FileItem {
+    Q_GADGET
+    // What the views read of an item. Absent numbers read -1, absent texts the empty text.
+    Q_PROPERTY(QUrl url MEMBER url CONSTANT)
+    Q_PROPERTY(QString name MEMBER name CONSTANT)
+    Q_PROPERTY(qint64 size MEMBER size CONSTANT)
+    Q_PROPERTY(QDateTime modified MEMBER modified CONSTANT)
+    Q_PROPERTY(QString category READ categoryRaw CONSTANT)
+    Q_PROPERTY(bool isFolder READ isFolder CONSTANT)
+    Q_PROPERTY(QString displayTitle READ displayTitle CONSTANT)
+    Q_PROPERTY(QString kindDescription READ kindDescription CONSTANT)
+    Q_PROPERTY(QString sizeText READ sizeText CONSTANT)
+    Q_PROPERTY(QString dateText READ dateText CONSTANT)
+    Q_PROPERTY(QString extension READ extension CONSTANT)
+    Q_PROPERTY(int pixelWidth READ pixelWidthOrNone CONSTANT)
+    Q_PROPERTY(int pixelHeight READ pixelHeightOrNone CONSTANT)
+    Q_PROPERTY(double duration READ durationOrNone CONSTANT)
+    Q_PROPERTY(QString artist READ artistText CONSTANT)
+    Q_PROPERTY(QString album READ albumText CONSTANT)
+    Q_PROPERTY(bool isValid READ isValid CONSTANT)
+
+public:
     // The exact file: its bytes percent-encoded where they are not UTF-8 (FilePath::toUrl).
     QUrl url;
     // The name for people: bytes that are not UTF-8 shown as U+FFFD.
@@ -47,6 +68,19 @@ struct FileItem {
     static QDateTime distantPast();
 
     QString displayTitle() const;
+    QString categoryRaw() const { return category.rawValue(); }
+    bool isFolder() const { return category == FileCategory::folders; }
+    // The modification date as lists show it.
+    QString dateText() const;
+    // The name's extension as typed, without the dot; empty when there is none.
+    QString extension() const;
+    int pixelWidthOrNone() const { return pixelWidth.value_or(-1); }
+    int pixelHeightOrNone() const { return pixelHeight.value_or(-1); }
+    double durationOrNone() const { return duration.value_or(-1); }
+    QString artistText() const { return artist.value_or(QString()); }
+    QString albumText() const { return album.value_or(QString()); }
+    // A default-built item stands for "none" where QML needs a value.
+    bool isValid() const { return !url.isEmpty(); }
     QString kindDescription() const;
     QString sizeText() const;
     QString subtitle() const;

@@ -32,14 +32,6 @@ QCollator nameCollator()
     return collator;
 }
 
-// The last path component; the root folder is called by its path.
-QString displayName(const QUrl &url)
-{
-    const QString path = QDir::cleanPath(url.isLocalFile() ? FilePath::fromUrl(url) : url.path());
-    const QString name = QFileInfo(path).fileName();
-    return FilePath::display(name.isEmpty() ? path : name);
-}
-
 ViewMode storedViewMode(const QString &text)
 {
     return text == u"list" ? ViewMode::list : ViewMode::grid;
@@ -213,10 +205,16 @@ void AppState::openFolder(const QUrl &url)
         setFolderPath(m_folderPath + QList<QUrl> {url});
     } else {
         setSearchText(QString());
-        setSelection(SidebarItem::location({url, displayName(url), QStringLiteral("folder")}));
+        setSelection(SidebarItem::location({url, Location::displayName(url), QStringLiteral("folder")}));
     }
     setSelectedFiles({});
     setFocusedItem(std::nullopt);
+}
+
+void AppState::selectKey(const QString &key)
+{
+    if (const auto item = SidebarItem::fromKey(key))
+        setSelection(*item);
 }
 
 void AppState::select(const FileItem &item)

@@ -25,6 +25,8 @@ class AppState : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QVariant selection READ selectionValue NOTIFY selectionChanged)
+    // The selection as SidebarItem::key gives it, for views that compare destinations.
+    Q_PROPERTY(QString selectionKey READ selectionKey NOTIFY selectionChanged)
     Q_PROPERTY(QList<QUrl> folderPath READ folderPath WRITE setFolderPath NOTIFY folderPathChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(QString kindFilter READ kindFilterRaw WRITE setKindFilterRaw NOTIFY kindFilterChanged)
@@ -53,6 +55,14 @@ public:
     // The passing message. Two toasts are equal when every field is, so a new toast with the same
     // text is still a new message.
     struct Toast {
+        Q_GADGET
+        Q_PROPERTY(QString id READ idText CONSTANT)
+        Q_PROPERTY(QString message MEMBER message CONSTANT)
+        Q_PROPERTY(QString symbol MEMBER symbol CONSTANT)
+        Q_PROPERTY(bool sticky MEMBER sticky CONSTANT)
+
+    public:
+        Toast() = default;
         Toast(QString message, QString symbol, bool sticky = false)
             : id(QUuid::createUuid())
             , message(std::move(message))
@@ -66,6 +76,7 @@ public:
         // Stays until replaced or cleared.
         bool sticky = false;
 
+        QString idText() const { return id.toString(QUuid::WithoutBraces); }
         friend bool operator==(const Toast &, const Toast &) = default;
     };
 
@@ -128,6 +139,9 @@ public:
     QList<FileItem> sort(const QList<FileItem> &items, bool foldersFirst) const;
     void setSort(SortKey key);
     Q_INVOKABLE void openFolder(const QUrl &url);
+    QString selectionKey() const { return m_selection ? m_selection->key() : QString(); }
+    // Selects the destination of a key; a key that names none leaves the selection as it is.
+    Q_INVOKABLE void selectKey(const QString &key);
     // Ctrl held (as the keyboard says now) adds the item to the marks or takes it out.
     void select(const FileItem &item);
     void select(const FileItem &item, Qt::KeyboardModifiers modifiers);

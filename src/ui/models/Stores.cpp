@@ -1,0 +1,42 @@
+#include "Stores.h"
+
+#include <QHash>
+#include <QQmlContext>
+
+namespace {
+
+QHash<const QQmlEngine *, Stores> &registry()
+{
+    static QHash<const QQmlEngine *, Stores> stores;
+    return stores;
+}
+
+} // namespace
+
+namespace UiStores {
+
+void attach(QQmlEngine &engine, const Stores &stores)
+{
+    registry().insert(&engine, stores);
+    QObject::connect(&engine, &QObject::destroyed, [key = &engine] { registry().remove(key); });
+    // The stores belong to C++: QML must never collect them.
+    for (QObject *store : std::initializer_list<QObject *> {stores.state, stores.store, stores.player, stores.textIndex, stores.duplicates, stores.cleanup,
+             stores.sources, stores.updater}) {
+        if (store)
+            QJSEngine::setObjectOwnership(store, QJSEngine::CppOwnership);
+    }
+}
+
+const Stores &of(const QQmlEngine *engine)
+{
+    static const Stores none;
+    const auto found = registry().constFind(engine);
+    return found == registry().cend() ? none : *found;
+}
+
+const Stores &of(const QObject *object)
+{
+    return of(qmlEngine(object));
+}
+
+} // namespace UiStores
