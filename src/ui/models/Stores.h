@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AppState.h"
+#include "state/AppState.h"
 #include "cleanup/CleanupStore.h"
 #include "duplicates/DuplicateFinder.h"
 #include "player/Player.h"

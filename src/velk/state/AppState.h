@@ -18,6 +18,34 @@
 
 class Settings;
 
+// The passing message. Two toasts are equal when every field is, so a new toast with the same
+// text is still a new message.
+struct ToastMessage {
+    Q_GADGET
+    Q_PROPERTY(QString id READ idText CONSTANT)
+    Q_PROPERTY(QString message MEMBER message CONSTANT)
+    Q_PROPERTY(QString symbol MEMBER symbol CONSTANT)
+    Q_PROPERTY(bool sticky MEMBER sticky CONSTANT)
+
+public:
+    ToastMessage() = default;
+    ToastMessage(QString message, QString symbol, bool sticky = false)
+        : id(QUuid::createUuid())
+        , message(std::move(message))
+        , symbol(std::move(symbol))
+        , sticky(sticky)
+    {
+    }
+    QUuid id;
+    QString message;
+    QString symbol;
+    // Stays until replaced or cleared.
+    bool sticky = false;
+
+    QString idText() const { return id.toString(QUuid::WithoutBraces); }
+    friend bool operator==(const ToastMessage &, const ToastMessage &) = default;
+};
+
 // Where the user is and what the user has chosen, for the whole run, on the main thread. Every field
 // notifies only when its value really changes. The C++ interface is typed; the properties carry what
 // QML can hold (enums as their raw texts, an absent kind or source as the empty text).
@@ -52,33 +80,8 @@ class AppState : public QObject
     Q_PROPERTY(bool filtersActive READ filtersActive NOTIFY filtersActiveChanged)
 
 public:
-    // The passing message. Two toasts are equal when every field is, so a new toast with the same
-    // text is still a new message.
-    struct Toast {
-        Q_GADGET
-        Q_PROPERTY(QString id READ idText CONSTANT)
-        Q_PROPERTY(QString message MEMBER message CONSTANT)
-        Q_PROPERTY(QString symbol MEMBER symbol CONSTANT)
-        Q_PROPERTY(bool sticky MEMBER sticky CONSTANT)
+    using Toast = ToastMessage;
 
-    public:
-        Toast() = default;
-        Toast(QString message, QString symbol, bool sticky = false)
-            : id(QUuid::createUuid())
-            , message(std::move(message))
-            , symbol(std::move(symbol))
-            , sticky(sticky)
-        {
-        }
-        QUuid id;
-        QString message;
-        QString symbol;
-        // Stays until replaced or cleared.
-        bool sticky = false;
-
-        QString idText() const { return id.toString(QUuid::WithoutBraces); }
-        friend bool operator==(const Toast &, const Toast &) = default;
-    };
 
     // Reads the stored view mode, card size, pinned folders and live text mode from `settings`, which
     // must outlive this object and receives every later change of them.
