@@ -1,44 +1,23 @@
 #include "Keyboard.h"
+#include "Settings.h"
+#include "Snapshots.h"
+#include "Stores.h"
 #include "mdindex/MetadataIndex.h"
 #include "mdindex/WorkerExtractors.h"
+#include "state/LegacyMigration.h"
+#include "state/NavigationResets.h"
+#include "state/WarmUp.h"
+#include "thumbnails/Thumbnails.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
-#include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(VelkPlugin)
-
-namespace {
-
-// Draws the window once it has rendered and writes it as a PNG into `folder`, then quits.
-void snapshotWhenReady(QQmlApplicationEngine &engine, const QString &folder)
-{
-    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
-    if (!window) {
-        QCoreApplication::exit(1);
-        return;
-    }
-    QObject::connect(
-        window, &QQuickWindow::frameSwapped, window,
-        [window, folder] {
-            // Let queued layout and image loads settle before drawing.
-            QTimer::singleShot(300, window, [window, folder] {
-                const QImage image = window->grabWindow();
-                const QString file = QDir(folder).filePath(QStringLiteral("home.png"));
-                const bool saved = !image.isNull() && image.save(file);
-                if (!saved)
-                    qWarning("velk: could not write %s", qPrintable(file));
-                QCoreApplication::exit(saved ? 0 : 1);
-            });
-        },
-        Qt::SingleShotConnection);
-}
-
-} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -59,6 +38,7 @@ int main(int argc, char *argv[])
     }
 
     QGuiApplication app(argc, argv);
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/logo/velk.svg")));
     Keyboard::setProvider([] { return QGuiApplication::queryKeyboardModifiers(); });
 
     QCommandLineParser parser;
@@ -73,24 +53,57 @@ int main(int argc, char *argv[])
         return 1;
     }
 
+    auto &index = mdindex::MetadataIndex::shared();
+
+    // The stores, in the order in which they depend on each other: the preferences are migrated
+    // before AppState reads them.
+    LibraryStore store(index);
+    Player player;
+    DuplicateFinder duplicates(index);
+    CleanupStore cleanup(index);
+    SourceStore sources(index);
+    AppUpdater updater(QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))));
+    LegacyMigration::run();
+    Settings settings;
+    AppState state(settings);
+    TextIndex textIndex;
+
+    NavigationResets resets(state);
     QQmlApplicationEngine engine;
+    UiStores::attach(engine,
+        Stores {
+            .state = &state,
+            .store = &store,
+            .player = &player,
+            .textIndex = &textIndex,
+            .duplicates = &duplicates,
+            .cleanup = &cleanup,
+            .sources = &sources,
+            .updater = &updater,
+            .thumbnails = &Thumbnails::shared(),
+        });
     QObject::connect(
         &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
-    engine.load(QUrl(QStringLiteral("qrc:/Velk/Main.qml")));
-    if (engine.rootObjects().isEmpty())
-        return 1;
 
-    if (!snapshotFolder.isEmpty()) {
-        snapshotWhenReady(engine, snapshotFolder);
-    } else {
+    if (snapshotFolder.isEmpty()) {
         // Answers come from the stored index at once; it catches up with the disk in the background.
-        auto &index = mdindex::MetadataIndex::shared();
         for (auto &extractor : mdindex::workerExtractors(ParseWorkers::Priority::background))
             index.addExtractor(std::move(extractor));
         index.startWatching();
     }
+
+    WarmUp warmUp({&state, &store, &textIndex, &sources, &cleanup, &duplicates});
+    engine.load(QUrl(QStringLiteral("qrc:/Velk/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    std::unique_ptr<Snapshots> snapshots;
+    if (!snapshotFolder.isEmpty()) {
+        snapshots = std::make_unique<Snapshots>(engine, warmUp, snapshotFolder);
+        snapshots->start();
+    }
     const int status = app.exec();
     if (snapshotFolder.isEmpty())
-        mdindex::MetadataIndex::shared().stopWatching();
+        index.stopWatching();
     return status;
 }

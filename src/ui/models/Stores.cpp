@@ -1,5 +1,8 @@
 #include "Stores.h"
 
+#include "providers/ImageProviders.h"
+#include "thumbnails/Thumbnails.h"
+
 #include <QHash>
 #include <QQmlContext>
 
@@ -18,6 +21,10 @@ namespace UiStores {
 void attach(QQmlEngine &engine, const Stores &stores)
 {
     registry().insert(&engine, stores);
+    if (stores.thumbnails)
+        engine.addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(*stores.thumbnails));
+    engine.addImageProvider(QStringLiteral("fileicon"), new FileIconProvider);
+    engine.addImageProvider(QStringLiteral("appicon"), new FileIconProvider(FileIconProvider::Kind::defaultApp));
     QObject::connect(&engine, &QObject::destroyed, [key = &engine] { registry().remove(key); });
     // The stores belong to C++: QML must never collect them.
     for (QObject *store : std::initializer_list<QObject *> {stores.state, stores.store, stores.player, stores.textIndex, stores.duplicates, stores.cleanup,

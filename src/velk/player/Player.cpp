@@ -21,6 +21,8 @@ Player::Player(PlayerEngine *engine, QObject *parent)
     // Both arrive through the event loop and die with the player, so neither outlives it.
     connect(m_engine, &PlayerEngine::timeObserved, this, &Player::observeTime);
     connect(m_engine, &PlayerEngine::itemEnded, this, &Player::trackEnded);
+    connect(this, &Player::indexChanged, this, &Player::currentChanged);
+    connect(this, &Player::queueChanged, this, &Player::currentChanged);
 }
 
 std::optional<FileItem> Player::current() const

@@ -15,6 +15,8 @@ class Player : public QObject
     Q_OBJECT
     Q_PROPERTY(qint64 index READ indexOrNone NOTIFY indexChanged)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged)
+    // The track on show; an invalid item when none.
+    Q_PROPERTY(FileItem currentItem READ currentItem NOTIFY currentChanged)
     Q_PROPERTY(double currentTime READ currentTime NOTIFY currentTimeChanged)
     Q_PROPERTY(double duration READ duration NOTIFY durationChanged)
     Q_PROPERTY(bool shuffle READ shuffle WRITE setShuffle NOTIFY shuffleChanged)
@@ -32,6 +34,7 @@ public:
     // -1 when there is no current track.
     qint64 indexOrNone() const { return m_index.value_or(-1); }
     std::optional<FileItem> current() const;
+    FileItem currentItem() const { return current().value_or(FileItem()); }
     bool isPlaying() const { return m_isPlaying; }
     double currentTime() const { return m_currentTime; }
     double duration() const { return m_duration; }
@@ -53,6 +56,7 @@ public:
 
 Q_SIGNALS:
     void queueChanged();
+    void currentChanged();
     void indexChanged();
     void isPlayingChanged();
     void currentTimeChanged();

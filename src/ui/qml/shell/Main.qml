@@ -1,50 +1,36 @@
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Layouts
+import QtQuick.Window
 
+// The one window. It draws its own title area: the top bar is its drag area and carries the window
+// buttons at its trailing end.
 ApplicationWindow {
     id: window
 
-    width: 1180
-    height: 760
-    minimumWidth: 820
-    minimumHeight: 520
+    width: 1320
+    height: 860
+    minimumWidth: 1000
+    minimumHeight: 640
     visible: true
     title: "Velk"
     color: Theme.bg
+    flags: Qt.Window | Qt.FramelessWindowHint
+    palette.highlight: Theme.ink
+    palette.accent: Theme.ink
 
-    RowLayout {
+    Commands {
+        id: commands
+        objectName: "commands"
+    }
+
+    ContentView {
+        id: content
+        objectName: "contentView"
         anchors.fill: parent
-        spacing: 0
+        commands: commands
+    }
 
-        Rectangle {
-            Layout.fillHeight: true
-            Layout.preferredWidth: 220
-            color: Theme.fill
-
-            Label {
-                anchors.left: parent.left
-                anchors.top: parent.top
-                anchors.margins: 18
-                text: "Velk"
-                font.pixelSize: 20
-                font.weight: Font.DemiBold
-                color: Theme.ink
-            }
-        }
-
-        Rectangle {
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            color: Theme.bg
-
-            Label {
-                anchors.centerIn: parent
-                text: "Your files will appear here."
-                color: Theme.ink
-                opacity: 0.5
-                font.pixelSize: 15
-            }
-        }
+    ResizeEdges {
+        anchors.fill: parent
     }
 }

@@ -1,0 +1,203 @@
+#include "Snapshots.h"
+
+//ColorScheme pending
+
+#include "Stores.h"
+#include "state/WarmUp.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTextStream>
+
+namespace {
+
+// The longest a screen may take to settle before it is drawn as it stands.
+constexpr qint64 kSettleLimitMs = 8000;
+// Settled: the stores are idle and nothing was drawn for this long.
+constexpr qint64 kQuietMs = 300;
+
+// A folder two levels below one of the places, for the folder screen.
+QString deepFolder()
+{
+    for (const Location &place : Location::standard()) {
+        QDirIterator first(FilePath::fromUrl(place.url), QDir::Dirs | QDir::NoDotAndDotDot);
+        while (first.hasNext()) {
+            QDirIterator second(first.next(), QDir::Dirs | QDir::NoDotAndDotDot);
+            if (second.hasNext())
+                return second.next();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+Snapshots::Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder)
+    : m_engine(engine)
+    , m_warmUp(warmUp)
+    , m_folder(std::move(folder))
+{
+    m_poll.setInterval(50);
+    connect(&m_poll, &QTimer::timeout, this, &Snapshots::waitForSettled);
+}
+
+QQuickItem *Snapshots::item(const QString &objectName) const
+{
+    return m_window ? m_window->contentItem()->findChild<QQuickItem *>(objectName) : nullptr;
+}
+
+void Snapshots::call(const QString &objectName, const char *method, const QVariant &argument)
+{
+    QQuickItem *target = item(objectName);
+    const bool called = target
+        && (argument.isValid() ? QMetaObject::invokeMethod(target, method, Q_ARG(QVariant, argument)) : QMetaObject::invokeMethod(target, method));
+    if (!called)
+        qWarning("velk: snapshot could not call %s on %s", method, qPrintable(objectName));
+}
+
+QList<Snapshots::Screen> Snapshots::screens()
+{
+    AppState *state = m_stores->state;
+    QList<Screen> list;
+    const auto go = [state](const QString &key) { return [state, key] { state->selectKey(key); }; };
+    for (const SidebarItem &item : WarmUp::workList()) {
+        const QString key = item.key();
+        list.append({QStringLiteral("collection-") + key.section(QLatin1Char('/'), 1), go(key)});
+    }
+    list.append({QStringLiteral("search-with-chips"), [state] { state->setSearchText(QStringLiteral("pdfs from last week")); }});
+    list.append({QStringLiteral("search-loading"), [state] { state->setSearchText(QStringLiteral("big videos from last year")); }, true});
+    list.append({QStringLiteral("search-no-results"), [state] { state->setSearchText(QStringLiteral("zqxjv wvkq")); }});
+    list.append({QStringLiteral("no-matches"), [state] {
+                     state->selectKey(QStringLiteral("category/images"));
+                     state->setSizeFilter(SizeFilter::gb1);
+                     state->setDateFilter(DateFilter::today);
+                 }});
+    if (const QString deep = deepFolder(); !deep.isEmpty()) {
+        list.append({QStringLiteral("folder-two-levels-down"), [state, deep] {
+                         const QString parent = QFileInfo(deep).path();
+                         const QString root = QFileInfo(parent).path();
+                         state->openFolder(FilePath::toUrl(root));
+                         state->openFolder(FilePath::toUrl(parent));
+                         state->openFolder(FilePath::toUrl(deep));
+                     }});
+    }
+    list.append({QStringLiteral("images-list-mode"), [state] {
+                     state->selectKey(QStringLiteral("category/images"));
+                     state->setViewMode(ViewMode::list);
+                 }});
+    list.append({QStringLiteral("images-small-cards"), [state] {
+                     state->selectKey(QStringLiteral("category/images"));
+                     state->setCardSize(CardSize::small);
+                 }});
+    list.append({QStringLiteral("images-large-cards"), [state] {
+                     state->selectKey(QStringLiteral("category/images"));
+                     state->setCardSize(CardSize::large);
+                 }});
+    list.append({QStringLiteral("filter-menu-open"), [this, state] {
+                     state->selectKey(QStringLiteral("category/documents"));
+                     QTimer::singleShot(400, this, [this] { call(QStringLiteral("filterPill:Date"), "openMenu"); });
+                 }});
+    list.append({QStringLiteral("context-menu-open"), [this, state] {
+                     state->selectKey(QStringLiteral("category/documents"));
+                     QTimer::singleShot(600, this, [this] { call(QStringLiteral("fileBrowser"), "openContextMenuAt", 0); });
+                 }});
+    list.append({QStringLiteral("sidebar-collapsed"), [state] {
+                     state->selectKey(QStringLiteral("smart/recents"));
+                     state->setSidebarCollapsed(true);
+                 }});
+    return list;
+}
+
+void Snapshots::start()
+{
+    m_window = qobject_cast<QQuickWindow *>(m_engine.rootObjects().value(0));
+    m_stores = &UiStores::of(&m_engine);
+    if (!m_window || !m_stores->state) {
+        QCoreApplication::exit(1);
+        return;
+    }
+    connect(m_window, &QQuickWindow::frameSwapped, this, [this] { m_sinceFrame.restart(); });
+    m_screens = screens();
+    m_sinceFrame.start();
+    m_clock.start();
+    // The first screens wait for the warm-up's collections, as a person's first look would.
+    QTextStream(stdout) << "snapshot: drawing " << m_screens.size() << " screens in light and dark into " << m_folder << Qt::endl;
+    next();
+}
+
+void Snapshots::reset()
+{
+    AppState &state = *m_stores->state;
+    state.setSearchText(QString());
+    state.setSelection(SidebarItem::home());
+    state.setFolderPath({});
+    state.setViewMode(ViewMode::grid);
+    state.setCardSize(CardSize::medium);
+    state.setSidebarCollapsed(false);
+    state.setKindFilter(std::nullopt);
+    state.setDateFilter(DateFilter::any);
+    state.setSizeFilter(SizeFilter::any);
+    state.setSelectedFiles({});
+    state.setFocusedItem(std::nullopt);
+    // Menus left open by the screen before close with a press of Escape.
+    if (m_window)
+        QMetaObject::invokeMethod(m_window->contentItem(), "forceActiveFocus");
+}
+
+void Snapshots::next()
+{
+    ++m_position;
+    if (m_position == m_screens.size()) {
+        if (m_dark) {
+            QCoreApplication::exit(m_failures == 0 ? 0 : 1);
+            return;
+        }
+        m_dark = true;
+        m_position = 0;
+    }
+    // TODO-merge ColorScheme::setOverride(m_dark);
+    reset();
+    const Screen &screen = m_screens[m_position];
+    m_clock.restart();
+    // The reset above settles first, so the screen's own changes start from a plain window.
+    QTimer::singleShot(100, this, [this, &screen] {
+        m_clock.restart();
+        screen.setUp();
+        if (screen.immediate) {
+            QTimer::singleShot(60, this, &Snapshots::capture);
+            return;
+        }
+        m_sinceFrame.restart();
+        m_poll.start();
+    });
+}
+
+void Snapshots::waitForSettled()
+{
+    const LibraryStore &store = *m_stores->store;
+    const bool storesIdle = !store.isSearching() && store.loading().isEmpty() && store.searchedQuery() == m_stores->state->searchText().trimmed()
+        && m_warmUp.chainStep() >= 3;
+    if ((storesIdle && m_sinceFrame.elapsed() >= kQuietMs) || m_clock.elapsed() >= kSettleLimitMs) {
+        m_poll.stop();
+        capture();
+    }
+}
+
+void Snapshots::capture()
+{
+    const Screen &screen = m_screens[m_position];
+    const qint64 took = m_clock.elapsed();
+    const QString file = QDir(m_folder).filePath(screen.name + (m_dark ? QStringLiteral("-dark.png") : QStringLiteral("-light.png")));
+    const QImage image = m_window->grabWindow();
+    const bool saved = !image.isNull() && image.save(file);
+    if (!saved) {
+        ++m_failures;
+        qWarning("velk: could not write %s", qPrintable(file));
+    }
+    QTextStream(stdout) << "snapshot: " << QFileInfo(file).fileName() << "  settled in " << took << " ms"
+                        << (took >= kSettleLimitMs ? " (did not settle; drawn as it stood)" : "") << Qt::endl;
+    next();
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QVariant>
+
+#include <functional>
+
+class QQmlApplicationEngine;
+class QQuickWindow;
+class QQuickItem;
+class WarmUp;
+struct Stores;
+
+// `velk --snapshot DIR`: walks the window through its screens over the present home folder, waits for
+// each to settle, and writes one PNG per screen and appearance, with a line saying how long it took.
+class Snapshots : public QObject
+{
+    Q_OBJECT
+
+public:
+    Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder);
+    void start();
+
+private:
+    struct Screen {
+        QString name;
+        std::function<void()> setUp;
+        // Drawn at once, before the stores answer: the loading state.
+        bool immediate = false;
+    };
+
+    QList<Screen> screens();
+    void reset();
+    void next();
+    void waitForSettled();
+    void capture();
+    QQuickItem *item(const QString &objectName) const;
+    void call(const QString &objectName, const char *method, const QVariant &argument = {});
+
+    QQmlApplicationEngine &m_engine;
+    WarmUp &m_warmUp;
+    QString m_folder;
+    QQuickWindow *m_window = nullptr;
+    const Stores *m_stores = nullptr;
+    QList<Screen> m_screens;
+    qsizetype m_position = -1;
+    bool m_dark = false;
+    QElapsedTimer m_clock;
+    QElapsedTimer m_sinceFrame;
+    QTimer m_poll;
+    int m_failures = 0;
+};

@@ -1,0 +1,47 @@
+#include "Format.h"
+
+#include "models/FileCategory.h"
+#include "models/Fmt.h"
+
+#include <QLocale>
+
+Format::Format(QObject *parent)
+    : QObject(parent)
+{
+}
+
+QString Format::bytes(qint64 count)
+{
+    return Fmt::bytes(count);
+}
+
+QString Format::duration(double seconds)
+{
+    return Fmt::duration(seconds);
+}
+
+QString Format::remaining(double currentTime, double duration)
+{
+    return QStringLiteral("-") + Fmt::duration(std::max(0.0, duration - currentTime));
+}
+
+QString Format::date(const QDateTime &date)
+{
+    return Fmt::date(date);
+}
+
+QString Format::count(qint64 n)
+{
+    return QLocale().toString(n);
+}
+
+QString Format::counted(qint64 n, const QString &noun)
+{
+    return count(n) + QLatin1Char(' ') + noun + (n == 1 ? QString() : QStringLiteral("s"));
+}
+
+QString Format::categorySymbol(const QString &raw)
+{
+    const auto category = FileCategory::fromRaw(raw);
+    return category ? category->symbol() : QStringLiteral("doc");
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QQuickAsyncImageProvider>
+#include <QThreadPool>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+class Thumbnails;
+
+// The addresses QML gives its images: a file's picture at a side in points, or a file's own icon.
+// The file's URL travels base64url-encoded, so no byte of a name is lost or taken for a separator.
+class ImageSources : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    explicit ImageSources(QObject *parent = nullptr);
+
+    Q_INVOKABLE static QUrl thumbnail(const QUrl &file, int side);
+    Q_INVOKABLE static QUrl icon(const QUrl &file);
+    // The icon of the application that opens this kind of file; a blank picture when none does.
+    Q_INVOKABLE static QUrl defaultApp(const QUrl &file);
+
+    // The file URL inside an image id; empty when the id is malformed.
+    static QUrl fileOf(const QString &encoded);
+    static QString encode(const QUrl &file);
+};
+
+// "image://thumbnail/<side>/<file>": the file's picture from Thumbnails, made off the main thread and
+// given up when the tile scrolls away first. A file with no picture of its own answers a 1×1
+// transparent image, which tells the tile to draw its placeholder.
+class ThumbnailProvider : public QQuickAsyncImageProvider
+{
+public:
+    explicit ThumbnailProvider(Thumbnails &thumbnails);
+    QQuickImageResponse *requestImageResponse(const QString &id, const QSize &requestedSize) override;
+
+private:
+    Thumbnails &m_thumbnails;
+};
+
+// "image://fileicon/<file>": the icon the desktop shows for the file or folder.
+// "image://appicon/<file>": the icon of the application that opens the file.
+class FileIconProvider : public QQuickAsyncImageProvider
+{
+public:
+    enum class Kind { file, defaultApp };
+    explicit FileIconProvider(Kind kind = Kind::file);
+    QQuickImageResponse *requestImageResponse(const QString &id, const QSize &requestedSize) override;
+
+private:
+    Kind m_kind;
+    QThreadPool m_pool;
+};

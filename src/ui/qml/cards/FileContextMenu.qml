@@ -1,0 +1,35 @@
+import QtQuick
+import QtQuick.Controls
+
+// The file menu of every tile: its entries and their actions come from FileMenu.
+Menu {
+    id: root
+    objectName: "fileContextMenu"
+
+    required property var browser
+
+    function openFor(item) {
+        files.prepare(item.url, browser.model)
+        popup()
+    }
+
+    FileMenu {
+        id: files
+    }
+
+    Instantiator {
+        model: files.entries
+        delegate: MenuItem {
+            required property var modelData
+            text: modelData.text
+            icon.source: modelData.symbol ? Symbols.source(modelData.symbol) : ""
+            enabled: !modelData.separator
+            visible: !modelData.separator
+            height: modelData.separator ? 9 : implicitHeight
+            onTriggered: files.trigger(modelData.id)
+            Accessible.name: modelData.text
+        }
+        onObjectAdded: (index, object) => root.insertItem(index, object)
+        onObjectRemoved: (index, object) => root.removeItem(object)
+    }
+}

@@ -1,0 +1,19 @@
+import QtQuick
+
+// The answer to what is typed in the search field, with how it was understood.
+FileBrowser {
+    id: root
+
+    source: SearchSource {
+        id: search
+    }
+    accessory: search.chips.length > 0 ? chipsRow : null
+
+    Component {
+        id: chipsRow
+        UnderstoodChips {
+            objectName: "understoodChips"
+            chips: search.chips
+        }
+    }
+}
