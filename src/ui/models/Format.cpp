@@ -45,3 +45,11 @@ QString Format::categorySymbol(const QString &raw)
     const auto category = FileCategory::fromRaw(raw);
     return category ? category->symbol() : QStringLiteral("doc");
 }
+
+QColor Format::categoryTint(const QString &rawOrKey)
+{
+    const QString raw = rawOrKey.startsWith(QLatin1String("category/")) ? rawOrKey.mid(9) : rawOrKey;
+    const auto category = FileCategory::fromRaw(raw);
+    const Rgb tint = category ? category->tint() : Rgb {0.557, 0.557, 0.576};
+    return QColor::fromRgbF(float(tint.red), float(tint.green), float(tint.blue), float(tint.alpha));
+}

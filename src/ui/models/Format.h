@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QDateTime>
 #include <QObject>
 #include <QQmlEngine>
@@ -25,4 +26,6 @@ public:
     Q_INVOKABLE static QString counted(qint64 n, const QString &noun);
     // The symbol of a kind of file, by its raw name ("images" -> "photo").
     Q_INVOKABLE static QString categorySymbol(const QString &raw);
+    // The tint of a kind of file, by its raw name or its destination key ("category/images").
+    Q_INVOKABLE static QColor categoryTint(const QString &rawOrKey);
 };
