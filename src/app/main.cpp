@@ -1,13 +1,8 @@
 #include "Keyboard.h"
-#include "Settings.h"
+#include "Session.h"
 #include "Snapshots.h"
-#include "Stores.h"
 #include "mdindex/MetadataIndex.h"
 #include "mdindex/WorkerExtractors.h"
-#include "state/LegacyMigration.h"
-#include "state/NavigationResets.h"
-#include "state/WarmUp.h"
-#include "thumbnails/Thumbnails.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -55,33 +50,9 @@ int main(int argc, char *argv[])
 
     auto &index = mdindex::MetadataIndex::shared();
 
-    // The stores, in the order in which they depend on each other: the preferences are migrated
-    // before AppState reads them.
-    LibraryStore store(index);
-    Player player;
-    DuplicateFinder duplicates(index);
-    CleanupStore cleanup(index);
-    SourceStore sources(index);
-    AppUpdater updater(QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))));
-    LegacyMigration::run();
-    Settings settings;
-    AppState state(settings);
-    TextIndex textIndex;
-
-    NavigationResets resets(state);
+    // The stores outlive the engine whose QML reads them.
+    Session session(index, {.settingsPath = {}, .updateFeed = QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))), .warmUp = true});
     QQmlApplicationEngine engine;
-    UiStores::attach(engine,
-        Stores {
-            .state = &state,
-            .store = &store,
-            .player = &player,
-            .textIndex = &textIndex,
-            .duplicates = &duplicates,
-            .cleanup = &cleanup,
-            .sources = &sources,
-            .updater = &updater,
-            .thumbnails = &Thumbnails::shared(),
-        });
     QObject::connect(
         &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
 
@@ -92,14 +63,14 @@ int main(int argc, char *argv[])
         index.startWatching();
     }
 
-    WarmUp warmUp({&state, &store, &textIndex, &sources, &cleanup, &duplicates});
+    session.attach(engine);
     engine.load(QUrl(QStringLiteral("qrc:/Velk/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
 
     std::unique_ptr<Snapshots> snapshots;
     if (!snapshotFolder.isEmpty()) {
-        snapshots = std::make_unique<Snapshots>(engine, warmUp, snapshotFolder);
+        snapshots = std::make_unique<Snapshots>(engine, *session.warmUp(), snapshotFolder);
         snapshots->start();
     }
     const int status = app.exec();
