@@ -35,10 +35,11 @@ QString deepFolder()
 
 } // namespace
 
-Snapshots::Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder)
+Snapshots::Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder, QStringList only)
     : m_engine(engine)
     , m_warmUp(warmUp)
     , m_folder(std::move(folder))
+    , m_only(std::move(only))
 {
     m_poll.setInterval(50);
     connect(&m_poll, &QTimer::timeout, this, &Snapshots::waitForSettled);
@@ -62,6 +63,7 @@ QList<Snapshots::Screen> Snapshots::screens()
 {
     AppState *state = m_stores->state;
     QList<Screen> list;
+    list.append({QStringLiteral("home"), [] { }});
     const auto go = [state](const QString &key) { return [state, key] { state->selectKey(key); }; };
     for (const SidebarItem &item : WarmUp::workList()) {
         const QString key = item.key();
@@ -121,6 +123,13 @@ void Snapshots::start()
     }
     connect(m_window, &QQuickWindow::frameSwapped, this, [this] { m_sinceFrame.restart(); });
     m_screens = screens();
+    if (!m_only.isEmpty())
+        m_screens.removeIf([this](const Screen &screen) { return !m_only.contains(screen.name); });
+    if (m_screens.isEmpty()) {
+        qWarning("velk: no screen of that name to draw");
+        QCoreApplication::exit(1);
+        return;
+    }
     m_sinceFrame.start();
     m_clock.start();
     // The first screens wait for the warm-up's collections, as a person's first look would.

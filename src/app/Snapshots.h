@@ -22,7 +22,8 @@ class Snapshots : public QObject
     Q_OBJECT
 
 public:
-    Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder);
+    // `only` names the screens to draw; empty for all of them.
+    Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString folder, QStringList only = {});
     void start();
 
 private:
@@ -44,6 +45,7 @@ private:
     QQmlApplicationEngine &m_engine;
     WarmUp &m_warmUp;
     QString m_folder;
+    QStringList m_only;
     QQuickWindow *m_window = nullptr;
     const Stores *m_stores = nullptr;
     QList<Screen> m_screens;

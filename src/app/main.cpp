@@ -41,6 +41,7 @@ int main(int argc, char *argv[])
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOption({QStringLiteral("snapshot"), QStringLiteral("Draw the screens into PNG files in <folder> and quit."), QStringLiteral("folder")});
+    parser.addOption({QStringLiteral("only"), QStringLiteral("With --snapshot: draw only these screens (comma-separated names)."), QStringLiteral("names")});
     parser.process(app);
 
     if (!snapshotFolder.isEmpty() && !QDir().mkpath(snapshotFolder)) {
@@ -70,7 +71,8 @@ int main(int argc, char *argv[])
 
     std::unique_ptr<Snapshots> snapshots;
     if (!snapshotFolder.isEmpty()) {
-        snapshots = std::make_unique<Snapshots>(engine, *session.warmUp(), snapshotFolder);
+        snapshots = std::make_unique<Snapshots>(engine, *session.warmUp(), snapshotFolder,
+            parser.value(QStringLiteral("only")).split(QLatin1Char(','), Qt::SkipEmptyParts));
         snapshots->start();
     }
     const int status = app.exec();

@@ -20,16 +20,22 @@ private Q_SLOTS:
         const QString out = home.path(QStringLiteral("shots"));
         QProcess velk;
         velk.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        velk.start(QStringLiteral(VELK_BIN), {QStringLiteral("--snapshot"), out});
-        QVERIFY(velk.waitForFinished(60000));
+        velk.start(QStringLiteral(VELK_BIN), {QStringLiteral("--snapshot"), out, QStringLiteral("--only"), QStringLiteral("home,collection-images")});
+        QVERIFY(velk.waitForFinished(90000));
         QCOMPARE(velk.exitStatus(), QProcess::NormalExit);
         QCOMPARE(velk.exitCode(), 0);
 
-        const QImage shot(out + QStringLiteral("/home.png"));
-        QVERIFY(!shot.isNull());
-        QVERIFY(shot.width() >= 820 && shot.height() >= 520);
-        // Something was drawn: the sidebar and the content area differ.
-        QVERIFY(shot.pixel(40, shot.height() / 2) != shot.pixel(shot.width() - 40, shot.height() / 2));
+        for (const char *name : {"home-light", "home-dark", "collection-images-light", "collection-images-dark"}) {
+            const QImage shot(out + QStringLiteral("/%1.png").arg(QLatin1StringView(name)));
+            QVERIFY2(!shot.isNull(), name);
+            QVERIFY(shot.width() >= 1000 && shot.height() >= 640);
+            // Something was drawn: the sidebar and the content area differ.
+            QVERIFY2(shot.pixel(40, shot.height() / 2) != shot.pixel(shot.width() - 40, shot.height() / 2), name);
+        }
+        // The dark appearance really is darker.
+        const QImage light(out + QStringLiteral("/home-light.png"));
+        const QImage dark(out + QStringLiteral("/home-dark.png"));
+        QVERIFY(qGray(dark.pixel(dark.width() - 40, dark.height() - 40)) < qGray(light.pixel(light.width() - 40, light.height() - 40)));
     }
 
     void findExplainsItself()
