@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The browser's heading row: back, the title and subtitle, the filters and the view mode.
 RowLayout {

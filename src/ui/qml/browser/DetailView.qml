@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // The router: the one place that decides which screen fills the area under the top bar.
 Rectangle {
@@ -6,6 +7,13 @@ Rectangle {
 
     readonly property string key: AppState.selectionKey
     readonly property string route: AppState.isSearching ? "search" : key === "" || key === "home" ? "home" : key.startsWith("smart/") || key.startsWith("category/") ? "collection" : key.startsWith("location/") ? "folder" : "other"
+    readonly property var screens: ({
+            "search": "SearchView.qml",
+            "home": "HomeView.qml",
+            "collection": "CollectionView.qml",
+            "folder": "FolderView.qml",
+            "other": "PendingView.qml"
+        })
 
     color: Theme.bg
 
@@ -13,33 +21,15 @@ Rectangle {
         id: screen
         objectName: "screen:" + root.route
         anchors.fill: parent
-        sourceComponent: root.route === "search" ? searchScreen : root.route === "collection" ? collectionScreen : root.route === "folder" ? folderScreen : root.route === "home" ? homeScreen : otherScreen
+        source: Qt.resolvedUrl(root.screens[root.route])
     }
 
-    Component {
-        id: searchScreen
-        SearchView {}
-    }
-    Component {
-        id: collectionScreen
-        CollectionView {
-            itemKey: root.key
-        }
-    }
-    Component {
-        id: folderScreen
-        FolderView {
-            locationKey: root.key
-        }
-    }
-    Component {
-        id: homeScreen
-        HomeView {}
-    }
-    Component {
-        id: otherScreen
-        PendingView {
-            key: root.key
-        }
+    // The screen learns which destination it shows; a collection or a folder screen stays loaded
+    // while the destination changes within its kind.
+    Binding {
+        target: screen.item
+        property: "key"
+        value: root.key
+        when: screen.status === Loader.Ready && root.route !== "search" && root.route !== "home"
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // A quiet panel that says why a list is empty.
 Item {

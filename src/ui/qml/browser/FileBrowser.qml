@@ -1,8 +1,8 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
-pragma ComponentBehavior: Bound
 
 // The one list-and-grid screen every list of files goes through. The rows (section titles, rows of
 // cards, list rows, the note) come from BrowserModel; this file only lays them out and passes the

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The four filters and the order, each a pill with its menu. They act on the loaded list alone.
 RowLayout {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The crumbs of a folder walk: the place, then every folder entered below it.
 Flow {

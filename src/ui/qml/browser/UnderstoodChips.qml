@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // How the sentence was understood, as read-only chips.
 Flow {

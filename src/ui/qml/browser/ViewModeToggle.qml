@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // Cards or list, and the size of the cards.
 Rectangle {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Velk
 
 // The file menu of every tile: its entries and their actions come from FileMenu.
 Menu {

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // What a file tile does with the mouse: a click marks it (Ctrl adds or removes), a double click opens
 // it the way its kind is opened, the right button asks for the file menu, and a drag carries the

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // A file in the list: a thumbnail, its name and kind, the app that opens it, its date and size.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // A file's picture at its own proportions, or its placeholder while there is none.
 Item {

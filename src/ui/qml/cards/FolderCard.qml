@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // A card in the form of a folder: previews of what is inside, the title and a count or detail.
 Item {

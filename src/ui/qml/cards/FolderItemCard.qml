@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // A folder card for any folder: it reads its own contents to count them and show the newest pictures.
 FolderCard {

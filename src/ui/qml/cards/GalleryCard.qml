@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // A file in the grid: its picture over its name and a tag line.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // The drawing for a file without a picture: an album cover for music, a sheet of paper for the rest.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // Up to three thumbnails fanned out, the first in front, with "+{extra}" when more are behind them.
 Item {

@@ -1,12 +1,13 @@
 import QtQuick
+import Velk
 
 // A smart collection or a kind of file.
 FileBrowser {
     id: root
 
-    property string itemKey
+    property string key
 
     source: CollectionSource {
-        itemKey: root.itemKey
+        itemKey: root.key
     }
 }

@@ -1,14 +1,15 @@
 import QtQuick
+import Velk
 
 // The direct contents of a folder, read from the disk, with the crumbs of the walk below a place.
 FileBrowser {
     id: root
 
-    property string locationKey
+    property string key
 
     source: FolderSource {
         id: folder
-        locationKey: root.locationKey
+        locationKey: root.key
     }
     accessory: folder.hasBack ? crumbs : null
 

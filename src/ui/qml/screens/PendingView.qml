@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // The destinations whose screens are not in this version yet: they say so plainly.
 EmptyState {

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // The answer to what is typed in the search field, with how it was understood.
 FileBrowser {

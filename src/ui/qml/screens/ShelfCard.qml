@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // A file on a home shelf: its picture and name; a click marks it, a double click opens it.
 Item {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Velk
 
 // Every command of the program with its shortcut, active from anywhere in the window, and the primary
 // menu that lists them. The commands that must not act under the preview sheet go off while it shows.

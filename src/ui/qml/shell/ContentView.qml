@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // The three columns: the sidebar, the top bar over the routed screen, and the inspector's place.
 Item {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Window
+import Velk
 
 // The one window. It draws its own title area: the top bar is its drag area and carries the window
 // buttons at its trailing end.
@@ -16,7 +17,6 @@ ApplicationWindow {
     color: Theme.bg
     flags: Qt.Window | Qt.FramelessWindowHint
     palette.highlight: Theme.ink
-    palette.accent: Theme.ink
 
     Commands {
         id: commands

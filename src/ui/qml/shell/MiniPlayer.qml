@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The player at the foot of the sidebar: the track, its progress (a click or drag seeks), the times
 // and the five controls.

@@ -1,4 +1,5 @@
 import QtQuick
+import Velk
 
 // A small ring that fills clockwise with `value` from 0 to 1.
 Canvas {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The search box: typing here searches the whole library; Escape clears it and lets go.
 Rectangle {

@@ -1,8 +1,8 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
-pragma ComponentBehavior: Bound
 
 // The left column: the logo, every destination with its live figure, the pinned folders, the places,
 // and the mini player while something plays.

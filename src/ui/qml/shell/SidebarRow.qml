@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // One destination or folder of the sidebar: the whole rounded area is the button.
 Rectangle {
@@ -82,18 +83,12 @@ Rectangle {
             text: root.detail
             font.pixelSize: 11
             font.weight: Font.Medium
-            font.features: {
-                "tnum": 1
-            }
             color: Theme.green
         }
         Text {
             visible: root.detail === "" && root.badge > 0
             text: root.badge > 0 ? Number(root.badge).toLocaleString(Qt.locale(), "f", 0) : ""
             font.pixelSize: 11
-            font.features: {
-                "tnum": 1
-            }
             color: Theme.tertiary
             Layout.minimumWidth: 22
             horizontalAlignment: Text.AlignRight

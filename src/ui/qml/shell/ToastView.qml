@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Velk
 
 // The passing message: a capsule in the inverse colours of the window, bottom centre.
 Item {

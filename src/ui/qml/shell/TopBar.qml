@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Velk
 
 // The strip above the screen: search, the progress of text reading, the library's size, the
 // inspector button, the primary menu and the window buttons. Empty parts of it move the window.
@@ -76,9 +77,6 @@ Item {
                 text: shell.librarySize
                 font.pixelSize: 12
                 font.weight: Font.Medium
-                font.features: {
-                    "tnum": 1
-                }
                 color: Theme.ink
             }
         }
