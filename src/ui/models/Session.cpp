@@ -1,5 +1,6 @@
 #include "Session.h"
 
+#include "providers/Mpris.h"
 #include "state/LegacyMigration.h"
 #include "thumbnails/Thumbnails.h"
 
@@ -28,6 +29,8 @@ Session::Session(mdindex::MetadataIndex &index, Options options)
         .updater = m_updater.get(),
         .thumbnails = &Thumbnails::shared(),
     };
+    if (options.mediaControls)
+        m_mpris = std::make_unique<Mpris>(*m_player);
     if (options.warmUp)
         m_warmUp = std::make_unique<WarmUp>(WarmUp::Parts {m_state.get(), m_store.get(), m_textIndex.get(), m_sources.get(), m_cleanup.get(), m_duplicates.get()});
 }

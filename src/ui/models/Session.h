@@ -11,6 +11,7 @@ namespace mdindex {
 class MetadataIndex;
 }
 class QQmlEngine;
+class Mpris;
 
 // One run of the program: every store, built once in the order in which they depend on each other
 // (the settings are migrated before AppState reads them), the rules that keep navigation consistent,
@@ -24,6 +25,8 @@ public:
         QUrl updateFeed;
         // Start the warm-up loads at once.
         bool warmUp = true;
+        // Offer the player to the desktop's media controls.
+        bool mediaControls = false;
     };
 
     Session(mdindex::MetadataIndex &index, Options options);
@@ -46,5 +49,6 @@ private:
     std::unique_ptr<TextIndex> m_textIndex;
     std::unique_ptr<NavigationResets> m_resets;
     std::unique_ptr<WarmUp> m_warmUp;
+    std::unique_ptr<Mpris> m_mpris;
     Stores m_stores;
 };

@@ -1,5 +1,6 @@
 #include "actions/FileActions.h"
 
+#include "PrivateBus.h"
 #include "ReadOnlyFolder.h"
 #include "Settings.h"
 #include "TestHome.h"
@@ -50,54 +51,6 @@ FileItem itemAt(const QString &path, FileCategory category = FileCategory::docum
     return item;
 }
 
-// A session bus of the test's own that starts no services on demand, so that no real file manager
-// can answer.
-class PrivateBus
-{
-public:
-    PrivateBus()
-    {
-        const QString daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-        if (daemon.isEmpty()) {
-            error = u"dbus-daemon is not installed"_s;
-            return;
-        }
-        const QString config = m_folder.filePath(u"bus.conf"_s);
-        QFile file(config);
-        if (!file.open(QIODevice::WriteOnly))
-            qFatal("cannot write the bus configuration");
-        file.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-                   " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                   "<busconfig>\n  <type>session</type>\n  <listen>unix:dir="
-            + QFile::encodeName(m_folder.path())
-            + "</listen>\n  <auth>EXTERNAL</auth>\n"
-              "  <policy context=\"default\">\n    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
-              "    <allow eavesdrop=\"true\"/>\n    <allow own=\"*\"/>\n  </policy>\n</busconfig>\n");
-        file.close();
-        m_daemon.setProgram(daemon);
-        m_daemon.setArguments({u"--config-file="_s + config, u"--nofork"_s, u"--print-address=1"_s});
-        // The bus goes with the test, however the test ends.
-        m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        m_daemon.start();
-        if (!m_daemon.waitForStarted(10000) || !m_daemon.waitForReadyRead(10000)) {
-            error = u"dbus-daemon did not start: "_s + QString::fromLocal8Bit(m_daemon.readAllStandardError());
-            return;
-        }
-        address = QString::fromUtf8(m_daemon.readLine().trimmed());
-    }
-    ~PrivateBus()
-    {
-        m_daemon.terminate();
-        m_daemon.waitForFinished(5000);
-    }
-
-    QString address;
-    QString error;
-
-private:
-    QTemporaryDir m_folder;
-    QProcess m_daemon;
-};
 
 } // namespace
 
