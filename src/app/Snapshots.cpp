@@ -2,6 +2,7 @@
 
 //ColorScheme pending
 
+#include "ImageProviders.h"
 #include "Stores.h"
 #include "state/WarmUp.h"
 
@@ -47,7 +48,18 @@ Snapshots::Snapshots(QQmlApplicationEngine &engine, WarmUp &warmUp, QString fold
 
 QQuickItem *Snapshots::item(const QString &objectName) const
 {
-    return m_window ? m_window->contentItem()->findChild<QQuickItem *>(objectName) : nullptr;
+    // Delegates and headers of views are children of the scene, not always of their item's object:
+    // walk the scene.
+    const auto find = [&objectName](auto &&self, QQuickItem *item) -> QQuickItem * {
+        if (item->objectName() == objectName)
+            return item;
+        for (QQuickItem *child : item->childItems()) {
+            if (QQuickItem *found = self(self, child))
+                return found;
+        }
+        return nullptr;
+    };
+    return m_window ? find(find, m_window->contentItem()) : nullptr;
 }
 
 void Snapshots::call(const QString &objectName, const char *method, const QVariant &argument)
@@ -101,11 +113,13 @@ QList<Snapshots::Screen> Snapshots::screens()
     list.append({QStringLiteral("filter-menu-open"), [this, state] {
                      state->selectKey(QStringLiteral("category/documents"));
                      QTimer::singleShot(400, this, [this] { call(QStringLiteral("filterPill:Date"), "openMenu"); });
-                 }});
+                 },
+        false, 700});
     list.append({QStringLiteral("context-menu-open"), [this, state] {
                      state->selectKey(QStringLiteral("category/documents"));
                      QTimer::singleShot(600, this, [this] { call(QStringLiteral("fileBrowser"), "openContextMenuAt", 0); });
-                 }});
+                 },
+        false, 900});
     list.append({QStringLiteral("sidebar-collapsed"), [state] {
                      state->selectKey(QStringLiteral("smart/recents"));
                      state->setSidebarCollapsed(true);
@@ -187,9 +201,15 @@ void Snapshots::next()
 void Snapshots::waitForSettled()
 {
     const LibraryStore &store = *m_stores->store;
-    const bool storesIdle = !store.isSearching() && store.loading().isEmpty() && store.searchedQuery() == m_stores->state->searchText().trimmed()
-        && m_warmUp.chainStep() >= 3;
-    if ((storesIdle && m_sinceFrame.elapsed() >= kQuietMs) || m_clock.elapsed() >= kSettleLimitMs) {
+    const QString typed = m_stores->state->searchText().trimmed();
+    const bool storesIdle = !store.isSearching() && store.loading().isEmpty() && (typed.isEmpty() || store.searchedQuery() == typed)
+        && m_warmUp.chainStep() >= 3 && ImageSources::pending() == 0;
+    if (m_clock.elapsed() >= kSettleLimitMs)
+        qWarning("velk: still busy: searching %d, loading %d, query %d, chain %d, pictures %d, last frame %lld ms ago", store.isSearching(),
+            int(store.loading().size()), typed.isEmpty() || store.searchedQuery() == typed, m_warmUp.chainStep(), ImageSources::pending(),
+            m_sinceFrame.elapsed());
+    const bool due = m_clock.elapsed() >= m_screens[m_position].notBeforeMs;
+    if ((due && storesIdle && m_sinceFrame.elapsed() >= kQuietMs) || m_clock.elapsed() >= kSettleLimitMs) {
         m_poll.stop();
         capture();
     }

@@ -32,6 +32,8 @@ private:
         std::function<void()> setUp;
         // Drawn at once, before the stores answer: the loading state.
         bool immediate = false;
+        // Something the screen opens after a while (a menu): not drawn before this.
+        int notBeforeMs = 0;
     };
 
     QList<Screen> screens();

@@ -52,7 +52,8 @@ int main(int argc, char *argv[])
     auto &index = mdindex::MetadataIndex::shared();
 
     // The stores outlive the engine whose QML reads them.
-    Session session(index, {.settingsPath = {}, .updateFeed = QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))), .warmUp = true, .mediaControls = snapshotFolder.isEmpty()});
+    Session session(index, {.settingsPath = {}, .updateFeed = QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))), .warmUp = true, .mediaControls = snapshotFolder.isEmpty(),
+                                .readText = snapshotFolder.isEmpty()});
     QQmlApplicationEngine engine;
     QObject::connect(
         &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);

@@ -27,6 +27,8 @@ public:
         bool warmUp = true;
         // Offer the player to the desktop's media controls.
         bool mediaControls = false;
+        // Read the text in screenshots and pictures as part of the warm-up.
+        bool readText = true;
     };
 
     Session(mdindex::MetadataIndex &index, Options options);

@@ -5,20 +5,34 @@
 #include "thumbnails/Thumbnails.h"
 
 #include <QCoreApplication>
+#include <atomic>
 #include <QPointer>
 
 namespace {
+
+std::atomic<int> pendingPictures {0};
 
 // One answer; it always finishes, also when given up.
 class PictureResponse : public QQuickImageResponse
 {
 public:
+    PictureResponse() { ++pendingPictures; }
+    ~PictureResponse() override
+    {
+        if (!m_finished)
+            --pendingPictures;
+    }
+
     QQuickTextureFactory *textureFactory() const override { return QQuickTextureFactory::textureFactoryForImage(m_image); }
     void cancel() override { m_cancellation.cancel(); }
 
     void finish(const QImage &image)
     {
         m_image = image;
+        if (!m_finished) {
+            m_finished = true;
+            --pendingPictures;
+        }
         Q_EMIT finished();
     }
 
@@ -26,6 +40,7 @@ public:
 
 private:
     QImage m_image;
+    bool m_finished = false;
 };
 
 QImage transparentPixel()
@@ -49,6 +64,11 @@ QImage scaledToFit(const QImage &image, const QSize &requested)
 ImageSources::ImageSources(QObject *parent)
     : QObject(parent)
 {
+}
+
+int ImageSources::pending()
+{
+    return pendingPictures.load();
 }
 
 QString ImageSources::encode(const QUrl &file)

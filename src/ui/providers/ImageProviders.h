@@ -27,6 +27,8 @@ public:
 
     // The file URL inside an image id; empty when the id is malformed.
     static QUrl fileOf(const QString &encoded);
+    // Pictures asked for and not yet answered, over every provider; the snapshot waits for them.
+    static int pending();
     static QString encode(const QUrl &file);
 };
 

@@ -85,7 +85,7 @@ FocusScope {
 
         footer: Item {
             width: list.width
-            height: rows.contentState === "list" ? 40 : Math.max(320, list.height - list.headerItem.height)
+            height: rows.contentState === "list" ? 40 : Math.max(320, list.height - (list.headerItem ? list.headerItem.height : 0))
             Loader {
                 anchors.fill: parent
                 anchors.leftMargin: Theme.pad

@@ -30,7 +30,6 @@ Rectangle {
                 symbol: modelData[1]
                 symbolSize: 12
                 active: current
-                highlighted: current
                 toolTip: modelData[2]
                 onClicked: AppState.viewMode = modelData[0]
             }

@@ -9,6 +9,9 @@ pragma ComponentBehavior: Bound
 // shelves of recent files, all from what the stores already hold.
 Flickable {
     id: root
+
+    // The destination on show; the same for every search and for home.
+    property string key
     objectName: "homeView"
 
     contentWidth: width

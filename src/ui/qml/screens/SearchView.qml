@@ -5,6 +5,9 @@ import Velk
 FileBrowser {
     id: root
 
+    // The destination on show; the same for every search and for home.
+    property string key
+
     source: SearchSource {
         id: search
     }
