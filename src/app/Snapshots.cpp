@@ -1,6 +1,6 @@
 #include "Snapshots.h"
 
-//ColorScheme pending
+#include "ColorScheme.h"
 
 #include "ImageProviders.h"
 #include "Stores.h"
@@ -181,7 +181,7 @@ void Snapshots::next()
         m_dark = true;
         m_position = 0;
     }
-    // TODO-merge ColorScheme::setOverride(m_dark);
+    ColorScheme::setOverride(m_dark);
     reset();
     const Screen &screen = m_screens[m_position];
     m_clock.restart();

@@ -33,7 +33,7 @@ int main(int argc, char *argv[])
     }
 
     QGuiApplication app(argc, argv);
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/logo/velk.svg")));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/logo/org.velk.Velk.svg")));
     Keyboard::setProvider([] { return QGuiApplication::queryKeyboardModifiers(); });
 
     QCommandLineParser parser;

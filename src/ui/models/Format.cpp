@@ -53,3 +53,9 @@ QColor Format::categoryTint(const QString &rawOrKey)
     const Rgb tint = category ? category->tint() : Rgb {0.557, 0.557, 0.576};
     return QColor::fromRgbF(float(tint.red), float(tint.green), float(tint.blue), float(tint.alpha));
 }
+
+QColor Format::pastel(const QString &name)
+{
+    const Rgb tint = Theme::pastel(name);
+    return QColor::fromRgbF(float(tint.red), float(tint.green), float(tint.blue), float(tint.alpha));
+}

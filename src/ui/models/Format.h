@@ -28,4 +28,6 @@ public:
     Q_INVOKABLE static QString categorySymbol(const QString &raw);
     // The tint of a kind of file, by its raw name or its destination key ("category/images").
     Q_INVOKABLE static QColor categoryTint(const QString &rawOrKey);
+    // The same name always gets the same of the six pastels.
+    Q_INVOKABLE static QColor pastel(const QString &name);
 };
