@@ -3,14 +3,18 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Velk
 
-// The browser's heading row: back, the title and subtitle, the filters and the view mode.
-RowLayout {
+// The browser's heading row: back, the title and subtitle, the filters and the view mode. The title
+// keeps its room first: when both do not fit, the controls move to a line of their own.
+GridLayout {
     id: root
 
     required property BrowserSource source
     required property BrowserModel model
 
-    spacing: 14
+    readonly property bool fits: titleText.implicitWidth + (root.source.hasBack ? 48 : 0) + controls.implicitWidth + 16 + 14 <= width
+    columns: fits ? 4 : 2
+    columnSpacing: 14
+    rowSpacing: 12
 
     SymbolButton {
         objectName: "backButton"
@@ -29,6 +33,7 @@ RowLayout {
         Layout.minimumWidth: 160
         spacing: 4
         Text {
+            id: titleText
             objectName: "browserTitle"
             Layout.fillWidth: true
             text: root.source.title
@@ -50,13 +55,15 @@ RowLayout {
         }
     }
 
-    Item {
-        Layout.minimumWidth: 16
+    RowLayout {
+        id: controls
+        Layout.columnSpan: root.fits ? 1 : 2
+        Layout.alignment: root.fits ? Qt.AlignRight | Qt.AlignVCenter : Qt.AlignLeft
+        spacing: 14
+        FilterBar {
+            source: root.source
+            model: root.model
+        }
+        ViewModeToggle {}
     }
-
-    FilterBar {
-        source: root.source
-        model: root.model
-    }
-    ViewModeToggle {}
 }

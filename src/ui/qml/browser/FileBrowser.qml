@@ -72,7 +72,7 @@ FocusScope {
                 BrowserHeader {
                     Layout.fillWidth: true
                     source: root.source
-                    model: rows
+                    model: root.model
                 }
                 Loader {
                     Layout.fillWidth: true
@@ -112,7 +112,7 @@ FocusScope {
             Component {
                 id: titleRow
                 Item {
-                    implicitHeight: sectionTitle.implicitHeight + 16
+                    implicitHeight: sectionTitle.implicitHeight + 16 + (rowLoader.firstIndex > 0 ? 28 : 0)
                     SectionTitle {
                         id: sectionTitle
                         anchors.top: parent.top

@@ -56,6 +56,7 @@ Rectangle {
         }
         ColumnLayout {
             Layout.fillWidth: true
+            Layout.preferredWidth: 1
             spacing: 2
             Text {
                 Layout.fillWidth: true
@@ -72,14 +73,17 @@ Rectangle {
                 color: Theme.secondary
             }
         }
-        Image {
+        Item {
             Layout.preferredWidth: 20
             Layout.preferredHeight: 20
-            source: ImageSources.defaultApp(root.item.url)
-            sourceSize.width: 40
-            sourceSize.height: 40
-            asynchronous: true
-            fillMode: Image.PreserveAspectFit
+            Image {
+                anchors.fill: parent
+                source: ImageSources.defaultApp(root.item.url)
+                sourceSize.width: 40
+                sourceSize.height: 40
+                asynchronous: true
+                fillMode: Image.PreserveAspectFit
+            }
         }
         ColumnLayout {
             Layout.preferredWidth: 170

@@ -16,7 +16,24 @@ ApplicationWindow {
     title: "Velk"
     color: Theme.bg
     flags: Qt.Window | Qt.FramelessWindowHint
-    palette.highlight: Theme.ink
+    // Menus, tooltips and the other stock controls take the window's colours, light or dark.
+    palette.window: Theme.card
+    palette.base: Theme.card
+    palette.alternateBase: Theme.fill
+    palette.button: Theme.card
+    palette.text: Theme.ink
+    palette.windowText: Theme.ink
+    palette.buttonText: Theme.ink
+    palette.brightText: Theme.ink
+    palette.placeholderText: Theme.tertiary
+    palette.toolTipBase: Theme.ink
+    palette.toolTipText: Theme.bg
+    palette.highlight: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.12)
+    palette.highlightedText: Theme.ink
+    palette.light: Theme.card
+    palette.midlight: Theme.fill
+    palette.mid: Theme.line
+    palette.dark: Theme.secondary
 
     Commands {
         id: commands
