@@ -116,10 +116,16 @@ QCoro::Task<> DuplicateFinder::scan(QList<QUrl> scopes)
     if (m_phase.isRunning())
         co_return;
     setPhase({Phase::gathering});
+    // The finder may be gone when an answer comes: the program closing, a test's world torn down.
+    const QPointer<DuplicateFinder> self(this);
     QCoro::Task<SpotlightResult> gathering = gather(DuplicateScanner::exactCandidates(), std::move(scopes));
     SpotlightResult candidates = co_await gathering;
+    if (!self)
+        co_return;
     QFuture<QList<DuplicateGroup>> hashing = startHashing(candidates);
     QList<DuplicateGroup> groups = co_await hashing;
+    if (!self)
+        co_return;
     finishScan(groups);
 }
 
@@ -162,10 +168,15 @@ QCoro::Task<> DuplicateFinder::scanSimilar(QList<QUrl> scopes)
     if (m_similarPhase.isRunning())
         co_return;
     setSimilarPhase({Phase::gathering});
+    const QPointer<DuplicateFinder> self(this);
     QCoro::Task<SpotlightResult> gathering = gather(DuplicateScanner::similarCandidates(), std::move(scopes));
     SpotlightResult candidates = co_await gathering;
+    if (!self)
+        co_return;
     QFuture<QList<DuplicateGroup>> analysing = startAnalysing(candidates);
     QList<DuplicateGroup> groups = co_await analysing;
+    if (!self)
+        co_return;
     setSimilar(groups);
     setSimilarPhase({Phase::finished});
 }
