@@ -1,11 +1,9 @@
 #include "HomeModel.h"
-#include "Settings.h"
 #include "ShellModel.h"
 #include "SidebarModel.h"
 #include "TestDocuments.h"
-#include "TestIndex.h"
+#include "StoreWorld.h"
 #include "models/Fmt.h"
-#include "state/NavigationResets.h"
 
 #include <QAbstractItemModelTester>
 #include <QCoro/QCoroTask>
@@ -17,51 +15,19 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Real stores over a real index of a small home with three pictures and a document.
-struct World {
-    TestHome home;
-    std::unique_ptr<mdindex::MetadataIndex> index;
-    std::unique_ptr<Settings> settings;
-    std::unique_ptr<AppState> state;
-    std::unique_ptr<LibraryStore> store;
-    std::unique_ptr<DuplicateFinder> duplicates;
-    std::unique_ptr<CleanupStore> cleanup;
-    std::unique_ptr<SourceStore> sources;
-    std::unique_ptr<NavigationResets> resets;
-
+// A small home with pictures and a PDF, for the sidebar, the top bar and home.
+struct World : StoreWorld {
     explicit World(int pictures = 3)
     {
         QImage image(320, 240, QImage::Format_RGB32);
+        home.folder(u"Pictures"_s);
         for (int i = 0; i < pictures; ++i) {
             image.fill(QColor::fromHsv(i * 40 % 360, 200, 200));
-            home.folder(u"Pictures"_s);
             image.save(home.path(u"Pictures/photo %1.png"_s.arg(i)));
         }
         home.file(u"Documents/report.pdf"_s, pdfWith(u"quarterly figures"_s));
-        index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
-        index->open();
-        index->update();
-        settings = std::make_unique<Settings>(home.path(u".config/velk/Velk.conf"_s));
-        state = std::make_unique<AppState>(*settings);
-        store = std::make_unique<LibraryStore>(*index, LibraryStore::defaultScopes());
-        duplicates = std::make_unique<DuplicateFinder>(*index);
-        cleanup = std::make_unique<CleanupStore>(*index);
-        sources = std::make_unique<SourceStore>(*index);
-        resets = std::make_unique<NavigationResets>(*state);
+        build();
     }
-
-    Stores stores() const
-    {
-        Stores s;
-        s.state = state.get();
-        s.store = store.get();
-        s.duplicates = duplicates.get();
-        s.cleanup = cleanup.get();
-        s.sources = sources.get();
-        return s;
-    }
-
-    void load(const SidebarItem &item) { QCoro::waitFor(store->result(item, 0)); }
 };
 
 const SidebarModel::Row *rowTitled(const SidebarModel &model, const QString &title)
