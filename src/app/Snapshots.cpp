@@ -65,8 +65,8 @@ QQuickItem *Snapshots::item(const QString &objectName) const
 void Snapshots::call(const QString &objectName, const char *method, const QVariant &argument)
 {
     QQuickItem *target = item(objectName);
-    const bool called = target
-        && (argument.isValid() ? QMetaObject::invokeMethod(target, method, Q_ARG(QVariant, argument)) : QMetaObject::invokeMethod(target, method));
+    const bool called
+        = target && (argument.isValid() ? QMetaObject::invokeMethod(target, method, Q_ARG(QVariant, argument)) : QMetaObject::invokeMethod(target, method));
     if (!called)
         qWarning("velk: snapshot could not call %s on %s", method, qPrintable(objectName));
 }
@@ -75,7 +75,7 @@ QList<Snapshots::Screen> Snapshots::screens()
 {
     AppState *state = m_stores->state;
     QList<Screen> list;
-    list.append({QStringLiteral("home"), [] { }});
+    list.append({QStringLiteral("home"), [] {}});
     const auto go = [state](const QString &key) { return [state, key] { state->selectKey(key); }; };
     for (const SidebarItem &item : WarmUp::workList()) {
         const QString key = item.key();
@@ -110,15 +110,17 @@ QList<Snapshots::Screen> Snapshots::screens()
                      state->selectKey(QStringLiteral("category/images"));
                      state->setCardSize(CardSize::large);
                  }});
-    list.append({QStringLiteral("filter-menu-open"), [this, state] {
-                     state->selectKey(QStringLiteral("category/documents"));
-                     QTimer::singleShot(400, this, [this] { call(QStringLiteral("filterPill:Date"), "openMenu"); });
-                 },
+    list.append({QStringLiteral("filter-menu-open"),
+        [this, state] {
+            state->selectKey(QStringLiteral("category/documents"));
+            QTimer::singleShot(400, this, [this] { call(QStringLiteral("filterPill:Date"), "openMenu"); });
+        },
         false, 700});
-    list.append({QStringLiteral("context-menu-open"), [this, state] {
-                     state->selectKey(QStringLiteral("category/documents"));
-                     QTimer::singleShot(600, this, [this] { call(QStringLiteral("fileBrowser"), "openContextMenuAt", 0); });
-                 },
+    list.append({QStringLiteral("context-menu-open"),
+        [this, state] {
+            state->selectKey(QStringLiteral("category/documents"));
+            QTimer::singleShot(600, this, [this] { call(QStringLiteral("fileBrowser"), "openContextMenuAt", 0); });
+        },
         false, 900});
     list.append({QStringLiteral("sidebar-collapsed"), [state] {
                      state->selectKey(QStringLiteral("smart/recents"));

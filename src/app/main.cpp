@@ -52,8 +52,12 @@ int main(int argc, char *argv[])
     auto &index = mdindex::MetadataIndex::shared();
 
     // The stores outlive the engine whose QML reads them.
-    Session session(index, {.settingsPath = {}, .updateFeed = QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))), .warmUp = true, .mediaControls = snapshotFolder.isEmpty(),
-                                .readText = snapshotFolder.isEmpty()});
+    Session session(index,
+        {.settingsPath = {},
+            .updateFeed = QUrl(QString::fromLocal8Bit(qgetenv("VELK_UPDATE_FEED"))),
+            .warmUp = true,
+            .mediaControls = snapshotFolder.isEmpty(),
+            .readText = snapshotFolder.isEmpty()});
     QQmlApplicationEngine engine;
     QObject::connect(
         &engine, &QQmlApplicationEngine::objectCreationFailed, &app, [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
@@ -72,8 +76,8 @@ int main(int argc, char *argv[])
 
     std::unique_ptr<Snapshots> snapshots;
     if (!snapshotFolder.isEmpty()) {
-        snapshots = std::make_unique<Snapshots>(engine, *session.warmUp(), snapshotFolder,
-            parser.value(QStringLiteral("only")).split(QLatin1Char(','), Qt::SkipEmptyParts));
+        snapshots = std::make_unique<Snapshots>(
+            engine, *session.warmUp(), snapshotFolder, parser.value(QStringLiteral("only")).split(QLatin1Char(','), Qt::SkipEmptyParts));
         snapshots->start();
     }
     const int status = app.exec();

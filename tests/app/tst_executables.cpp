@@ -1,11 +1,11 @@
 #include "TestHome.h"
 
 #include <QImage>
-#include <QSet>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSet>
 #include <QTest>
 
 // The two programs as a person starts them: the window draws and quits cleanly, the command explains

@@ -1,8 +1,8 @@
 #include "HomeModel.h"
 #include "ShellModel.h"
 #include "SidebarModel.h"
-#include "TestDocuments.h"
 #include "StoreWorld.h"
+#include "TestDocuments.h"
 #include "models/Fmt.h"
 
 #include <QAbstractItemModelTester>

@@ -38,7 +38,9 @@ struct Window {
         index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
         index->open();
         index->update();
-        session = std::make_unique<Session>(*index, Session::Options {.settingsPath = home.path(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
+        session = std::make_unique<Session>(*index,
+            Session::Options {
+                .settingsPath = home.path(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
         engine = std::make_unique<QQmlApplicationEngine>();
         session->attach(*engine);
         engine->load(QUrl(u"qrc:/Velk/Main.qml"_s));

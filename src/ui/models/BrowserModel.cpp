@@ -39,8 +39,8 @@ bool sameItems(const QList<FileItem> &a, const QList<FileItem> &b)
 
 bool BrowserModel::Row::sameAs(const Row &other) const
 {
-    return kind == other.kind && key == other.key && firstIndex == other.firstIndex && title == other.title && count == other.count
-        && loading == other.loading && text == other.text && sameItems(items, other.items);
+    return kind == other.kind && key == other.key && firstIndex == other.firstIndex && title == other.title && count == other.count && loading == other.loading
+        && text == other.text && sameItems(items, other.items);
 }
 
 BrowserModel::BrowserModel(QObject *parent)
@@ -136,28 +136,64 @@ void BrowserModel::rebuild()
     const int perRow = columns();
     const bool listMode = s && s->viewMode() == ViewMode::list;
     if (!folders.isEmpty()) {
-        next.append(Row {.kind = QStringLiteral("title"), .key = QStringLiteral("title:folders"), .items = {}, .firstIndex = 0, .title = QStringLiteral("Folders"),
-            .count = folders.size(), .loading = false, .text = {}});
+        next.append(Row {.kind = QStringLiteral("title"),
+            .key = QStringLiteral("title:folders"),
+            .items = {},
+            .firstIndex = 0,
+            .title = QStringLiteral("Folders"),
+            .count = folders.size(),
+            .loading = false,
+            .text = {}});
         for (qsizetype i = 0; i < folders.size(); i += perRow)
-            next.append(Row {.kind = QStringLiteral("folders"), .key = QStringLiteral("folders:%1").arg(i / perRow), .items = folders.mid(i, perRow),
-                .firstIndex = int(i), .title = {}, .count = -1, .loading = false, .text = {}});
+            next.append(Row {.kind = QStringLiteral("folders"),
+                .key = QStringLiteral("folders:%1").arg(i / perRow),
+                .items = folders.mid(i, perRow),
+                .firstIndex = int(i),
+                .title = {},
+                .count = -1,
+                .loading = false,
+                .text = {}});
     }
     if (!files.isEmpty()) {
         const int first = int(folders.size());
-        next.append(Row {.kind = QStringLiteral("title"), .key = QStringLiteral("title:files"), .items = {}, .firstIndex = first, .title = QStringLiteral("Files"),
-            .count = fileCount(), .loading = m_source && m_source->isLoading(), .text = {}});
+        next.append(Row {.kind = QStringLiteral("title"),
+            .key = QStringLiteral("title:files"),
+            .items = {},
+            .firstIndex = first,
+            .title = QStringLiteral("Files"),
+            .count = fileCount(),
+            .loading = m_source && m_source->isLoading(),
+            .text = {}});
         if (listMode) {
             for (qsizetype i = 0; i < files.size(); ++i)
-                next.append(Row {.kind = QStringLiteral("fileRow"), .key = QStringLiteral("file:%1").arg(i), .items = {files[i]}, .firstIndex = int(first + i),
-                    .title = {}, .count = -1, .loading = false, .text = {}});
+                next.append(Row {.kind = QStringLiteral("fileRow"),
+                    .key = QStringLiteral("file:%1").arg(i),
+                    .items = {files[i]},
+                    .firstIndex = int(first + i),
+                    .title = {},
+                    .count = -1,
+                    .loading = false,
+                    .text = {}});
         } else {
             for (qsizetype i = 0; i < files.size(); i += perRow)
-                next.append(Row {.kind = QStringLiteral("cards"), .key = QStringLiteral("cards:%1").arg(i / perRow), .items = files.mid(i, perRow),
-                    .firstIndex = int(first + i), .title = {}, .count = -1, .loading = false, .text = {}});
+                next.append(Row {.kind = QStringLiteral("cards"),
+                    .key = QStringLiteral("cards:%1").arg(i / perRow),
+                    .items = files.mid(i, perRow),
+                    .firstIndex = int(first + i),
+                    .title = {},
+                    .count = -1,
+                    .loading = false,
+                    .text = {}});
         }
         if (const QString text = note(); !text.isEmpty())
-            next.append(Row {.kind = QStringLiteral("note"), .key = QStringLiteral("note"), .items = {}, .firstIndex = int(m_ordered.size()), .title = {},
-                .count = -1, .loading = false, .text = text});
+            next.append(Row {.kind = QStringLiteral("note"),
+                .key = QStringLiteral("note"),
+                .items = {},
+                .firstIndex = int(m_ordered.size()),
+                .title = {},
+                .count = -1,
+                .loading = false,
+                .text = text});
     }
     applyRows(next);
     Q_EMIT layoutChanged();
@@ -253,8 +289,8 @@ QVariantList BrowserModel::kinds() const
     for (int c = FileCategory::images; c <= FileCategory::other; ++c) {
         const FileCategory category {FileCategory::Case(c)};
         if (counts.value(c) > 0)
-            list.append(QVariantMap {{QStringLiteral("raw"), category.rawValue()}, {QStringLiteral("title"), category.title()},
-                {QStringLiteral("count"), counts.value(c)}});
+            list.append(QVariantMap {
+                {QStringLiteral("raw"), category.rawValue()}, {QStringLiteral("title"), category.title()}, {QStringLiteral("count"), counts.value(c)}});
     }
     return list;
 }
@@ -267,8 +303,8 @@ QVariantList BrowserModel::sources() const
     QVariantList list;
     for (const auto &[name, count] : m_sourceCounts.mid(0, kMenuSources)) {
         const auto source = DownloadSources::named(name);
-        list.append(QVariantMap {{QStringLiteral("name"), name}, {QStringLiteral("count"), count},
-            {QStringLiteral("symbol"), source ? source->symbol : QStringLiteral("globe")}});
+        list.append(QVariantMap {
+            {QStringLiteral("name"), name}, {QStringLiteral("count"), count}, {QStringLiteral("symbol"), source ? source->symbol : QStringLiteral("globe")}});
     }
     return list;
 }

@@ -89,8 +89,8 @@ QString CollectionSource::title() const
 
 QString CollectionSource::subtitle(const SpotlightResult &result)
 {
-    return QLocale().toString(result.totalCount) + (result.totalCount == 1 ? QStringLiteral(" item") : QStringLiteral(" items"))
-        + QStringLiteral(" · ") + Fmt::bytes(result.totalSize);
+    return QLocale().toString(result.totalCount) + (result.totalCount == 1 ? QStringLiteral(" item") : QStringLiteral(" items")) + QStringLiteral(" · ")
+        + Fmt::bytes(result.totalSize);
 }
 
 QString CollectionSource::subtitle() const
@@ -168,8 +168,8 @@ QString SearchSource::subtitle(qsizetype matches, int textMatches)
 void SearchSource::start()
 {
     LibraryStore *store = stores().store;
-    for (auto signal : {&LibraryStore::searchResultChanged, &LibraryStore::searchedQueryChanged, &LibraryStore::isSearchingChanged,
-             &LibraryStore::parsedQueryChanged}) {
+    for (auto signal :
+        {&LibraryStore::searchResultChanged, &LibraryStore::searchedQueryChanged, &LibraryStore::isSearchingChanged, &LibraryStore::parsedQueryChanged}) {
         connect(store, signal, this, [this] {
             Q_EMIT changed();
             Q_EMIT itemsChanged();
@@ -295,9 +295,9 @@ void FolderSource::list()
         if (!self || self->m_run != run)
             co_return;
         self->m_items = listing.items;
-        self->m_error = listing.ok() ? QString()
-                                     : QStringLiteral("Velk doesn't have permission to read “%1”. Check the folder's permissions and try again.")
-                                           .arg(Location::displayName(folder));
+        self->m_error = listing.ok()
+            ? QString()
+            : QStringLiteral("Velk doesn't have permission to read “%1”. Check the folder's permissions and try again.").arg(Location::displayName(folder));
         self->m_loading = false;
         Q_EMIT self->changed();
         Q_EMIT self->itemsChanged();

@@ -75,7 +75,8 @@ void FileMenu::prepare(const FileItem &clicked, const QList<FileItem> &list)
     divider();
     add("reveal", QStringLiteral("Show in Files"), "folder");
     if (n == 1 && folder)
-        add("pin", m_stores.state && m_stores.state->pinned().contains(first.url) ? QStringLiteral("Remove from Sidebar") : QStringLiteral("Pin to Sidebar"), "pin");
+        add("pin", m_stores.state && m_stores.state->pinned().contains(first.url) ? QStringLiteral("Remove from Sidebar") : QStringLiteral("Pin to Sidebar"),
+            "pin");
     add("copy", QStringLiteral("Copy"), "doc.on.doc");
     add("copyPath", QStringLiteral("Copy Path"), "link");
     if (const qsizetype r = readable().size(); r >= 1)

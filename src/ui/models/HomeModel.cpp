@@ -118,8 +118,8 @@ QVariantList HomeModel::shelves() const
 
 QVariantList HomeModel::folders() const
 {
-    static const QStringList standardNames = {QStringLiteral("Desktop"), QStringLiteral("Documents"), QStringLiteral("Downloads"),
-        QStringLiteral("Pictures"), QStringLiteral("Videos"), QStringLiteral("Movies"), QStringLiteral("Music")};
+    static const QStringList standardNames = {QStringLiteral("Desktop"), QStringLiteral("Documents"), QStringLiteral("Downloads"), QStringLiteral("Pictures"),
+        QStringLiteral("Videos"), QStringLiteral("Movies"), QStringLiteral("Music")};
     QList<Location> locations;
     for (const Location &location : Location::standard()) {
         if (standardNames.contains(QFileInfo(FilePath::fromUrl(location.url)).fileName()))

@@ -32,7 +32,8 @@ Session::Session(mdindex::MetadataIndex &index, Options options)
     if (options.mediaControls)
         m_mpris = std::make_unique<Mpris>(*m_player);
     if (options.warmUp)
-        m_warmUp = std::make_unique<WarmUp>(WarmUp::Parts {m_state.get(), m_store.get(), options.readText ? m_textIndex.get() : nullptr, m_sources.get(), m_cleanup.get(), m_duplicates.get()});
+        m_warmUp = std::make_unique<WarmUp>(
+            WarmUp::Parts {m_state.get(), m_store.get(), options.readText ? m_textIndex.get() : nullptr, m_sources.get(), m_cleanup.get(), m_duplicates.get()});
 }
 
 Session::~Session() = default;

@@ -27,8 +27,8 @@ void attach(QQmlEngine &engine, const Stores &stores)
     engine.addImageProvider(QStringLiteral("appicon"), new FileIconProvider(FileIconProvider::Kind::defaultApp));
     QObject::connect(&engine, &QObject::destroyed, [key = &engine] { registry().remove(key); });
     // The stores belong to C++: QML must never collect them.
-    for (QObject *store : std::initializer_list<QObject *> {stores.state, stores.store, stores.player, stores.textIndex, stores.duplicates, stores.cleanup,
-             stores.sources, stores.updater}) {
+    for (QObject *store : std::initializer_list<QObject *> {
+             stores.state, stores.store, stores.player, stores.textIndex, stores.duplicates, stores.cleanup, stores.sources, stores.updater}) {
         if (store)
             QJSEngine::setObjectOwnership(store, QJSEngine::CppOwnership);
     }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "state/AppState.h"
 #include "cleanup/CleanupStore.h"
 #include "duplicates/DuplicateFinder.h"
 #include "player/Player.h"
 #include "search/LibraryStore.h"
 #include "sources/SourceStore.h"
+#include "state/AppState.h"
 #include "text/TextIndex.h"
 #include "updates/AppUpdater.h"
 
@@ -47,7 +47,7 @@ const Stores &of(const QObject *object);
         QML_NAMED_ELEMENT(Type)                                                                                                                                \
         QML_SINGLETON                                                                                                                                          \
     public:                                                                                                                                                    \
-        static Type *create(QQmlEngine *engine, QJSEngine *) { return UiStores::of(engine).field; }                                                       \
+        static Type *create(QQmlEngine *engine, QJSEngine *) { return UiStores::of(engine).field; }                                                            \
     };
 
 VELK_STORE_SINGLETON(AppState, state)

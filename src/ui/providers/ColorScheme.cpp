@@ -59,8 +59,7 @@ void ColorScheme::readPortal()
     if (!bus.isConnected())
         return;
     qDBusRegisterMetaType<QDBusVariant>();
-    bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
-        SLOT(settingChanged(QString, QString, QDBusVariant)));
+    bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     QDBusMessage read = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, QStringLiteral("Read"));
     read << appearance << colorSchemeKey;
     // Asked without waiting: a desktop without a portal must not hold up the window.

@@ -5,8 +5,8 @@
 #include "thumbnails/Thumbnails.h"
 
 #include <QCoreApplication>
-#include <atomic>
 #include <QPointer>
+#include <atomic>
 
 namespace {
 

@@ -46,8 +46,9 @@ MprisPlayer::MprisPlayer(QObject *parent, Player &player)
     , m_player(player)
 {
     connect(&player, &Player::isPlayingChanged, this, [this] { announce({QStringLiteral("PlaybackStatus")}); });
-    connect(&player, &Player::currentChanged, this,
-        [this] { announce({QStringLiteral("Metadata"), QStringLiteral("PlaybackStatus"), QStringLiteral("CanPlay"), QStringLiteral("CanGoNext")}); });
+    connect(&player, &Player::currentChanged, this, [this] {
+        announce({QStringLiteral("Metadata"), QStringLiteral("PlaybackStatus"), QStringLiteral("CanPlay"), QStringLiteral("CanGoNext")});
+    });
     connect(&player, &Player::durationChanged, this, [this] { announce({QStringLiteral("Metadata")}); });
     connect(&player, &Player::volumeChanged, this, [this] { announce({QStringLiteral("Volume")}); });
 }

@@ -82,7 +82,6 @@ class AppState : public QObject
 public:
     using Toast = ToastMessage;
 
-
     // Reads the stored view mode, card size, pinned folders and live text mode from `settings`, which
     // must outlive this object and receives every later change of them.
     explicit AppState(Settings &settings, QObject *parent = nullptr);

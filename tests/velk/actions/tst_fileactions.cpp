@@ -51,7 +51,6 @@ FileItem itemAt(const QString &path, FileCategory category = FileCategory::docum
     return item;
 }
 
-
 } // namespace
 
 // Stands in for the file manager on the bus and remembers what it was asked to show.

@@ -1,5 +1,5 @@
-#include "TestIndex.h"
 #include "Settings.h"
+#include "TestIndex.h"
 #include "cleanup/CleanupStore.h"
 #include "duplicates/DuplicateFinder.h"
 #include "search/LibraryStore.h"
@@ -37,8 +37,8 @@ private Q_SLOTS:
     void picturesWorthReading()
     {
         const QList<FileItem> screenshots {picture(u"shot.png"_s, 120), picture(u"both.png"_s, 1920)};
-        const QList<FileItem> images {picture(u"unknown.png"_s, std::nullopt), picture(u"icon.png"_s, 299), picture(u"edge.png"_s, 300),
-            picture(u"both.png"_s, 1920)};
+        const QList<FileItem> images {
+            picture(u"unknown.png"_s, std::nullopt), picture(u"icon.png"_s, 299), picture(u"edge.png"_s, 300), picture(u"both.png"_s, 1920)};
         // Screenshots are never held back, however narrow; a file in both lists comes twice.
         QCOMPARE(names(WarmUp::toRead(screenshots, images)), (QStringList {u"shot.png"_s, u"both.png"_s, u"unknown.png"_s, u"edge.png"_s, u"both.png"_s}));
 
