@@ -37,14 +37,14 @@ bool sameItems(const QList<FileItem> &a, const QList<FileItem> &b)
 
 } // namespace
 
-bool BrowserModel::Row::sameAs(const Row &other) const
+bool BrowserRow::sameAs(const BrowserRow &other) const
 {
     return kind == other.kind && key == other.key && firstIndex == other.firstIndex && title == other.title && count == other.count && loading == other.loading
         && text == other.text && sameItems(items, other.items);
 }
 
 BrowserModel::BrowserModel(QObject *parent)
-    : QAbstractListModel(parent)
+    : RowList(parent)
 {
 }
 
@@ -195,39 +195,10 @@ void BrowserModel::rebuild()
                 .loading = false,
                 .text = text});
     }
-    applyRows(next);
+    // Rows are the same row by key ("cards:3"), so a filter or a reload changes them in place.
+    replaceRows(
+        next, [](const Row &a, const Row &b) { return a.key == b.key; }, [](const Row &a, const Row &b) { return a.sameAs(b); });
     Q_EMIT layoutChanged();
-}
-
-void BrowserModel::applyRows(const QList<Row> &next)
-{
-    // Rows stay where their keys match, so delegates and the scroll position survive a reload; only
-    // the part between the matching head and tail is removed and inserted.
-    qsizetype head = 0;
-    while (head < m_rows.size() && head < next.size() && m_rows[head].key == next[head].key)
-        ++head;
-    qsizetype tail = 0;
-    while (tail < m_rows.size() - head && tail < next.size() - head && m_rows[m_rows.size() - 1 - tail].key == next[next.size() - 1 - tail].key)
-        ++tail;
-    const qsizetype removed = m_rows.size() - head - tail;
-    const qsizetype inserted = next.size() - head - tail;
-    if (removed > 0) {
-        beginRemoveRows({}, int(head), int(head + removed - 1));
-        m_rows.remove(head, removed);
-        endRemoveRows();
-    }
-    if (inserted > 0) {
-        beginInsertRows({}, int(head), int(head + inserted - 1));
-        for (qsizetype i = 0; i < inserted; ++i)
-            m_rows.insert(head + i, next[head + i]);
-        endInsertRows();
-    }
-    for (qsizetype i = 0; i < m_rows.size(); ++i) {
-        if (!m_rows[i].sameAs(next[i])) {
-            m_rows[i] = next[i];
-            Q_EMIT dataChanged(index(int(i)), index(int(i)));
-        }
-    }
 }
 
 qint64 BrowserModel::fileCount() const
@@ -309,16 +280,11 @@ QVariantList BrowserModel::sources() const
     return list;
 }
 
-int BrowserModel::rowCount(const QModelIndex &parent) const
-{
-    return parent.isValid() ? 0 : int(m_rows.size());
-}
-
 QVariant BrowserModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
-    const Row &row = m_rows[index.row()];
+    const Row &row = rows()[index.row()];
     switch (role) {
     case RowKindRole:
         return row.kind;
@@ -455,8 +421,8 @@ QString BrowserModel::dragUriList(const QUrl &url) const
 
 int BrowserModel::rowOf(int orderedIndex) const
 {
-    for (qsizetype r = m_rows.size() - 1; r >= 0; --r) {
-        const Row &row = m_rows[r];
+    for (qsizetype r = rows().size() - 1; r >= 0; --r) {
+        const Row &row = rows()[r];
         if (row.kind != QLatin1String("title") && row.kind != QLatin1String("note") && row.firstIndex <= orderedIndex)
             return int(r);
     }

@@ -2,13 +2,30 @@
 
 #include "BrowserSource.h"
 
-#include <QAbstractListModel>
+#include "RowList.h"
+
 #include <QPointer>
+
+// One row of the file browser.
+struct BrowserRow {
+    // "title", "folders", "cards", "fileRow" or "note".
+    QString kind;
+    // Which row this is, for keeping rows across reloads: "cards:3", "title:files".
+    QString key;
+    QList<FileItem> items;
+    int firstIndex = 0;
+    QString title;
+    qint64 count = -1;
+    bool loading = false;
+    QString text;
+
+    bool sameAs(const BrowserRow &other) const;
+};
 
 // The file browser's list as rows for one lazy list view: section titles, rows of cards as wide as the
 // column rule allows, one row per file in list mode, and the note under a partial list. Filters and
 // order come from AppState; the keyboard and the mouse of the browser act through here.
-class BrowserModel : public QAbstractListModel
+class BrowserModel : public RowList<BrowserRow>
 {
     Q_OBJECT
     QML_ELEMENT
@@ -23,6 +40,8 @@ class BrowserModel : public QAbstractListModel
     Q_PROPERTY(QVariantList sources READ sources NOTIFY layoutChanged)
 
 public:
+    using Row = BrowserRow;
+
     enum Role {
         RowKindRole = Qt::UserRole + 1,
         ItemsRole,
@@ -33,21 +52,6 @@ public:
         TextRole,
     };
     Q_ENUM(Role)
-
-    struct Row {
-        // "title", "folders", "cards", "fileRow" or "note".
-        QString kind;
-        // Which row this is, for keeping rows across reloads: "cards:3", "title:files".
-        QString key;
-        QList<FileItem> items;
-        int firstIndex = 0;
-        QString title;
-        qint64 count = -1;
-        bool loading = false;
-        QString text;
-
-        bool sameAs(const Row &other) const;
-    };
 
     static constexpr double kPad = 36;
     static constexpr double kSpacing = 22;
@@ -73,7 +77,6 @@ public:
     // The lists the screen is built from, in the order on screen.
     const QList<FileItem> &visible() const { return m_visible; }
     const QList<FileItem> &ordered() const { return m_ordered; }
-    const QList<Row> &rows() const { return m_rows; }
     // The figure of the "Files" title.
     qint64 fileCount() const;
     // "Showing the 700 most recent of 12,345. Use search to find older files.", or empty.
@@ -81,7 +84,6 @@ public:
     // Source names with their counts, most first; empty when fewer than two and no source filter.
     static QList<std::pair<QString, qint64>> sourceCounts(const QList<FileItem> &items, bool sourceFilterSet);
 
-    int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
@@ -112,7 +114,6 @@ private:
     AppState *state() const;
     void itemsChanged();
     void rebuild();
-    void applyRows(const QList<Row> &next);
     std::optional<FileItem> find(const QUrl &url) const;
     void open(const FileItem &item);
 
@@ -123,6 +124,5 @@ private:
     QList<FileItem> m_ordered;
     qsizetype m_folderCount = 0;
     QList<std::pair<QString, qint64>> m_sourceCounts;
-    QList<Row> m_rows;
     QList<QMetaObject::Connection> m_connections;
 };

@@ -15,7 +15,7 @@ std::optional<qint64> countOf(const LibraryStore &store, const SidebarItem &item
 } // namespace
 
 SidebarModel::SidebarModel(QObject *parent)
-    : QAbstractListModel(parent)
+    : RowList(parent)
 {
 }
 
@@ -132,48 +132,15 @@ QList<SidebarModel::Row> SidebarModel::build(const Stores &stores)
 void SidebarModel::refresh()
 {
     const QList<Row> next = build(m_stores);
-    // Rows keep their place unless the list's shape changed: compare the common head and tail, and
-    // insert or remove only the part between them.
-    qsizetype head = 0;
-    while (head < m_rows.size() && head < next.size() && m_rows[head].kind == next[head].kind && m_rows[head].key == next[head].key
-        && m_rows[head].title == next[head].title)
-        ++head;
-    qsizetype tail = 0;
-    while (tail < m_rows.size() - head && tail < next.size() - head && m_rows[m_rows.size() - 1 - tail].key == next[next.size() - 1 - tail].key
-        && m_rows[m_rows.size() - 1 - tail].kind == next[next.size() - 1 - tail].kind
-        && m_rows[m_rows.size() - 1 - tail].title == next[next.size() - 1 - tail].title)
-        ++tail;
-    const qsizetype oldMiddle = m_rows.size() - head - tail;
-    const qsizetype newMiddle = next.size() - head - tail;
-    if (oldMiddle > 0) {
-        beginRemoveRows({}, int(head), int(head + oldMiddle - 1));
-        m_rows.remove(head, oldMiddle);
-        endRemoveRows();
-    }
-    if (newMiddle > 0) {
-        beginInsertRows({}, int(head), int(head + newMiddle - 1));
-        for (qsizetype i = 0; i < newMiddle; ++i)
-            m_rows.insert(head + i, next[head + i]);
-        endInsertRows();
-    }
-    for (qsizetype i = 0; i < m_rows.size(); ++i) {
-        if (!(m_rows[i] == next[i])) {
-            m_rows[i] = next[i];
-            Q_EMIT dataChanged(index(int(i)), index(int(i)));
-        }
-    }
-}
-
-int SidebarModel::rowCount(const QModelIndex &parent) const
-{
-    return parent.isValid() ? 0 : int(m_rows.size());
+    replaceRows(
+        next, [](const Row &a, const Row &b) { return a.kind == b.kind && a.key == b.key && a.title == b.title; }, std::equal_to<Row>());
 }
 
 QVariant SidebarModel::data(const QModelIndex &index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
-    const Row &r = m_rows[index.row()];
+    const Row &r = rows()[index.row()];
     switch (role) {
     case RowKindRole:
         return r.kind;
@@ -218,9 +185,9 @@ QHash<int, QByteArray> SidebarModel::roleNames() const
 
 void SidebarModel::activate(int row)
 {
-    if (row < 0 || row >= m_rows.size() || !m_stores.state)
+    if (row < 0 || row >= rows().size() || !m_stores.state)
         return;
-    if (const auto &item = m_rows[row].item) {
+    if (const auto &item = rows()[row].item) {
         m_stores.state->setSelection(*item);
         m_stores.state->setSearchText(QString());
     }
@@ -228,14 +195,14 @@ void SidebarModel::activate(int row)
 
 void SidebarModel::togglePin(int row)
 {
-    if (row >= 0 && row < m_rows.size() && m_stores.state && m_rows[row].url.isValid())
-        m_stores.state->togglePin(m_rows[row].url);
+    if (row >= 0 && row < rows().size() && m_stores.state && rows()[row].url.isValid())
+        m_stores.state->togglePin(rows()[row].url);
 }
 
 void SidebarModel::reveal(int row)
 {
-    if (row < 0 || row >= m_rows.size() || !m_rows[row].url.isValid())
+    if (row < 0 || row >= rows().size() || !rows()[row].url.isValid())
         return;
-    if (const auto item = FileItem::fromUrl(m_rows[row].url))
+    if (const auto item = FileItem::fromUrl(rows()[row].url))
         FileActions::reveal({*item});
 }

@@ -2,20 +2,43 @@
 
 #include "Stores.h"
 
-#include <QAbstractListModel>
+#include "RowList.h"
+
 #include <QQmlParserStatus>
 #include <QUrl>
+
+// One row of the sidebar.
+struct SidebarRowData {
+    // "row", "folder", "heading", "divider" or "gap".
+    QString kind;
+    QString key;
+    QString title;
+    QString symbol;
+    // -1 when no badge shows.
+    qint64 badge = -1;
+    QString detail;
+    bool selected = false;
+    bool starred = false;
+    QUrl url;
+    bool pinned = false;
+    // What a click selects.
+    std::optional<SidebarItem> item;
+
+    friend bool operator==(const SidebarRowData &, const SidebarRowData &) = default;
+};
 
 // The rows of the sidebar: destinations with their live counts and reclaimable sizes, the pinned
 // folders and the standard places. Rows change in place as counts arrive; only a change of the
 // pinned folders inserts or removes rows.
-class SidebarModel : public QAbstractListModel, public QQmlParserStatus
+class SidebarModel : public RowList<SidebarRowData>, public QQmlParserStatus
 {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
 
 public:
+    using Row = SidebarRowData;
+
     enum Role {
         RowKindRole = Qt::UserRole + 1,
         KeyRole,
@@ -30,35 +53,13 @@ public:
     };
     Q_ENUM(Role)
 
-    struct Row {
-        // "row", "folder", "heading", "divider" or "gap".
-        QString kind;
-        QString key;
-        QString title;
-        QString symbol;
-        // -1 when no badge shows.
-        qint64 badge = -1;
-        QString detail;
-        bool selected = false;
-        bool starred = false;
-        QUrl url;
-        bool pinned = false;
-        // What a click selects.
-        std::optional<SidebarItem> item;
-
-        friend bool operator==(const Row &, const Row &) = default;
-    };
-
     explicit SidebarModel(QObject *parent = nullptr);
 
     // For C++ callers; QML gets the stores of its engine.
     void setStores(const Stores &stores);
 
-    int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
-
-    const QList<Row> &rows() const { return m_rows; }
 
     // A click on a destination or folder row: it becomes the selection and any search ends.
     Q_INVOKABLE void activate(int row);
@@ -75,5 +76,4 @@ private:
     void refresh();
 
     Stores m_stores;
-    QList<Row> m_rows;
 };
