@@ -47,10 +47,10 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(changes > 0, 10000);
         QCOMPARE(hits(index, home, u"kMDItemFSName == 'plan.txt'"_s), QStringList {u"Documents/plan.txt"_s});
 
-        const auto seen = [&](const QString &query, const QStringList &expected) { QTRY_COMPARE_WITH_TIMEOUT(hits(index, home, query), expected, 5000); };
+        const auto seen = [&](const QString &query, const QStringList &expected) { QTRY_COMPARE_WITH_TIMEOUT(hits(index, home, query), expected, 20000); };
         // The first walk answers on names at once; the words inside come after it, in the background.
         seen(u"kMDItemTextContent == \"draft*\"cdw"_s, QStringList {u"Documents/plan.txt"_s});
-        QTRY_COMPARE_WITH_TIMEOUT(index.pendingExtractions(), 0, 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(index.pendingExtractions(), 0, 20000);
 
         home.file(u"Documents/budget.txt"_s, "numbers");
         seen(u"kMDItemFSName == 'budget*'"_s, QStringList {u"Documents/budget.txt"_s});
