@@ -12,7 +12,7 @@
 namespace {
 
 // Icons are drawn on a quiet tile and inset; beyond this they gain nothing but memory.
-constexpr int kLargestIcon = 512;
+constexpr int kLargestIcon = 256;
 
 // What the quick look into the shared cache found: a finished picture, or the work still to do.
 struct FirstLook {

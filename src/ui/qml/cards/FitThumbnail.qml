@@ -45,18 +45,20 @@ Item {
         visible: root.hasPicture
     }
 
-    Rectangle {
+    Loader {
         anchors.centerIn: parent
-        width: 36
-        height: 36
-        radius: 18
-        color: Qt.rgba(0, 0, 0, 0.45)
-        visible: root.item && root.item.category === "videos" && (root.hovering || root.isPlaying)
-        Symbol {
-            anchors.centerIn: parent
-            name: "play.fill"
-            size: 13
-            color: "white"
+        active: root.item && root.item.category === "videos" && (root.hovering || root.isPlaying)
+        sourceComponent: Rectangle {
+            width: 36
+            height: 36
+            radius: 18
+            color: Qt.rgba(0, 0, 0, 0.45)
+            Symbol {
+                anchors.centerIn: parent
+                name: "play.fill"
+                size: 13
+                color: "white"
+            }
         }
     }
 }
