@@ -27,6 +27,11 @@ Menu {
             enabled: !modelData.separator
             visible: !modelData.separator
             height: modelData.separator ? 9 : implicitHeight
+            // Moving to the Trash reads in red, as a warning.
+            palette.windowText: modelData.destructive ? Theme.red : Theme.ink
+            palette.text: modelData.destructive ? Theme.red : Theme.ink
+            palette.buttonText: modelData.destructive ? Theme.red : Theme.ink
+            icon.color: modelData.destructive ? Theme.red : Theme.ink
             onTriggered: files.trigger(modelData.id)
             Accessible.name: modelData.text
         }
