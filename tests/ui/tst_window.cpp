@@ -2,6 +2,7 @@
 #include "TestDocuments.h"
 #include "TestIndex.h"
 
+#include <QAccessible>
 #include <QImage>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
@@ -173,6 +174,35 @@ private Q_SLOTS:
         // At the root of the walk, Back does nothing.
         QTest::keyClick(w.window, Qt::Key_Left, Qt::AltModifier);
         QCOMPARE(w.state().selectionKey().startsWith(u"location/"_s), true);
+    }
+
+    // Every button on screen, those that show only a symbol included, has a name a screen reader
+    // can say, and so do the sidebar's rows and the search field.
+    void everyControlHasAName()
+    {
+        Window w;
+        QVERIFY(w.window);
+        QAccessible::setActive(true);
+        QTRY_VERIFY_WITH_TIMEOUT(w.store().collection(SidebarItem::category(FileCategory::images)).has_value(), 20000);
+        w.state().selectKey(u"category/images"_s);
+        QTRY_COMPARE(w.text(u"browserTitle"_s), u"Images"_s);
+        QStringList unnamed;
+        int buttons = 0;
+        const auto visit = [&](auto &&self, QQuickItem *item) -> void {
+            if (!item->isVisible())
+                return;
+            if (item->inherits("QQuickAbstractButton") || item->objectName().startsWith(u"sidebarRow:"_s)) {
+                ++buttons;
+                QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+                if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty())
+                    unnamed.append(QString::fromLatin1(item->metaObject()->className()) + u" "_s + item->objectName());
+            }
+            for (QQuickItem *child : item->childItems())
+                self(self, child);
+        };
+        visit(visit, w.window->contentItem());
+        QVERIFY(buttons > 20);
+        QVERIFY2(unnamed.isEmpty(), qPrintable(unnamed.join(u", "_s)));
     }
 
     void sidebarCollapsesAndComesBack()
