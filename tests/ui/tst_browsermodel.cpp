@@ -304,6 +304,34 @@ private Q_SLOTS:
         QCOMPARE(searched.count(), before);
     }
 
+    // A picture card offers "Copy Text" until the picture was read as it is and held no words; an SVG
+    // never does.
+    void copyTextOnPictures()
+    {
+        StoreWorld w;
+        QImage blank(200, 120, QImage::Format_RGB32);
+        blank.fill(Qt::white);
+        w.home.folder(u"Pictures"_s);
+        QVERIFY(blank.save(w.home.path(u"Pictures/blank.png"_s)));
+        w.home.file(u"Pictures/logo.svg"_s, "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'/>");
+        w.build();
+        const auto listing = QCoro::waitFor(LibraryStore::listFolder(QUrl::fromLocalFile(w.home.path(u"Pictures"_s))));
+        ListSource source;
+        source.setStores(w.stores());
+        BrowserModel model;
+        model.setSource(&source);
+        source.set(listing.items);
+        QCOMPARE(model.ordered().size(), 2);
+        for (const FileItem &picture : model.ordered()) {
+            const bool svg = picture.name.endsWith(u".svg"_s);
+            QCOMPARE(model.canCopyText(QVariant::fromValue(picture)), !svg);
+            if (!svg) {
+                QCOMPARE(QCoro::waitFor(w.textIndex->text(picture)), QString());
+                QVERIFY(!model.canCopyText(QVariant::fromValue(picture)));
+            }
+        }
+    }
+
     void cardTexts()
     {
         FileItem photo = item(u"beach.png"_s, FileCategory::images, 3000);

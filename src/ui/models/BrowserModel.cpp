@@ -1,8 +1,10 @@
 #include "BrowserModel.h"
 
+#include "actions/CopyText.h"
 #include "actions/FileActions.h"
 #include "models/Fmt.h"
 #include "sources/DownloadSources.h"
+#include "text/Readable.h"
 
 #include <QLocale>
 
@@ -461,4 +463,21 @@ QString BrowserModel::tagText(const FileItem &item, CardSize size)
 QString BrowserModel::tagText(const QVariant &item) const
 {
     return tagText(item.value<FileItem>(), state() ? state()->cardSize() : CardSize(CardSize::medium));
+}
+
+bool BrowserModel::canCopyText(const QVariant &value) const
+{
+    const FileItem item = value.value<FileItem>();
+    if (item.category != FileCategory::images || !TextRecognizer::canRead(item))
+        return false;
+    TextIndex *index = m_source ? m_source->stores().textIndex : nullptr;
+    const std::optional<QString> known = index ? index->currentText(item) : std::nullopt;
+    return !known || !known->isEmpty();
+}
+
+void BrowserModel::copyText(const QVariant &value)
+{
+    const Stores &stores = m_source ? m_source->stores() : Stores();
+    if (stores.textIndex && stores.state)
+        CopyText::run({value.value<FileItem>()}, *stores.textIndex, *stores.state);
 }

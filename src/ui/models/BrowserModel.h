@@ -103,6 +103,10 @@ public:
     // The tag line under a card's name.
     Q_INVOKABLE QString tagText(const QVariant &item) const;
     static QString tagText(const FileItem &item, CardSize size);
+    // Whether a picture card offers "Copy Text": a readable picture, unless it was read as it is now
+    // and held no text.
+    Q_INVOKABLE bool canCopyText(const QVariant &item) const;
+    Q_INVOKABLE void copyText(const QVariant &item);
 
 Q_SIGNALS:
     void sourceChanged();

@@ -52,6 +52,8 @@ public:
     // The text of one file: from the index when it is current, else read now (whatever its size) and
     // stored.
     QCoro::Task<QString> text(FileItem item);
+    // The stored text when its date is the item's; none when the file was not read as it is now.
+    std::optional<QString> currentText(const FileItem &item) const;
     // Drops the entries of these files and saves.
     void forget(const QSet<QUrl> &urls);
 
@@ -79,8 +81,6 @@ private:
     };
 
     void load();
-    // The stored text when its date is the item's.
-    std::optional<QString> currentText(const FileItem &item) const;
     void readNext();
     void finishedReading(const FileItem &item, const QString &text);
     void store(const QString &text, const FileItem &item);

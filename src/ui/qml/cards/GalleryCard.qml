@@ -79,6 +79,25 @@ Item {
 
     // Made only for the card under the pointer: a grid scrolls faster with less in each card.
     Loader {
+        anchors.bottom: pictureArea.bottom
+        anchors.right: pictureArea.right
+        anchors.margins: 8
+        active: root.hovering && root.item.category === "images" && root.browser.model.canCopyText(root.item)
+        sourceComponent: Button {
+            text: "Copy Text"
+            icon.source: Symbols.source("text.viewfinder")
+            icon.width: 11
+            icon.height: 11
+            font.pixelSize: 11
+            padding: 4
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: "Copy the text in this image"
+            onClicked: root.browser.model.copyText(root.item)
+        }
+    }
+
+    Loader {
         anchors.top: pictureArea.top
         anchors.right: pictureArea.right
         anchors.margins: 8
