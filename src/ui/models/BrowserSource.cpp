@@ -349,11 +349,8 @@ bool FolderSource::hasBack() const
 
 void FolderSource::back()
 {
-    if (!hasBack())
-        return;
-    QList<QUrl> path = stores().state->folderPath();
-    path.removeLast();
-    stores().state->setFolderPath(path);
+    if (stores().state)
+        stores().state->leaveFolder();
 }
 
 QVariantList FolderSource::crumbs() const

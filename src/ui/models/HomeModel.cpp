@@ -1,5 +1,7 @@
 #include "HomeModel.h"
 
+#include "BrowserSource.h"
+
 #include "models/Fmt.h"
 
 #include <QFileInfo>
@@ -13,11 +15,6 @@ QVariantList itemList(const QList<FileItem> &items, int limit)
     for (const FileItem &item : items.mid(0, limit))
         list.append(QVariant::fromValue(item));
     return list;
-}
-
-QString countedItems(qint64 count, qint64 bytes)
-{
-    return QLocale().toString(count) + (count == 1 ? QStringLiteral(" item") : QStringLiteral(" items")) + QStringLiteral(" · ") + Fmt::bytes(bytes);
 }
 
 } // namespace
@@ -85,7 +82,7 @@ QVariantList HomeModel::categories() const
             {QStringLiteral("title"), category.title()},
             {QStringLiteral("symbol"), category.symbol()},
             {QStringLiteral("count"), result ? result->totalCount : qint64(-1)},
-            {QStringLiteral("subtitle"), result ? countedItems(result->totalCount, result->totalSize) : QString()},
+            {QStringLiteral("subtitle"), result ? CollectionSource::subtitle(*result) : QString()},
             {QStringLiteral("previews"), result ? itemList(result->items, 3) : QVariantList()},
         });
     }

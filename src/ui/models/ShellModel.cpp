@@ -85,13 +85,8 @@ void ShellModel::copyTextFromImage()
 
 void ShellModel::back()
 {
-    if (!m_stores.state)
-        return;
-    QList<QUrl> path = m_stores.state->folderPath();
-    if (path.isEmpty())
-        return;
-    path.removeLast();
-    m_stores.state->setFolderPath(path);
+    if (m_stores.state)
+        m_stores.state->leaveFolder();
 }
 
 void ShellModel::changeVolume(double delta)

@@ -211,6 +211,12 @@ void AppState::openFolder(const QUrl &url)
     setFocusedItem(std::nullopt);
 }
 
+void AppState::leaveFolder()
+{
+    if (!m_folderPath.isEmpty())
+        setFolderPath(m_folderPath.mid(0, m_folderPath.size() - 1));
+}
+
 void AppState::selectKey(const QString &key)
 {
     if (const auto item = SidebarItem::fromKey(key))

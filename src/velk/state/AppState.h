@@ -141,6 +141,8 @@ public:
     QList<FileItem> sort(const QList<FileItem> &items, bool foldersFirst) const;
     void setSort(SortKey key);
     Q_INVOKABLE void openFolder(const QUrl &url);
+    // One level up in a folder walk; nothing at its root.
+    Q_INVOKABLE void leaveFolder();
     QString selectionKey() const { return m_selection ? m_selection->key() : QString(); }
     // Selects the destination of a key; a key that names none leaves the selection as it is.
     Q_INVOKABLE void selectKey(const QString &key);
