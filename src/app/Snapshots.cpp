@@ -3,7 +3,9 @@
 #include "ColorScheme.h"
 
 #include "ImageProviders.h"
+#include "PreviewModels.h"
 #include "Stores.h"
+#include "sources/DownloadSources.h"
 #include "state/WarmUp.h"
 
 #include <QDir>
@@ -126,7 +128,90 @@ QList<Snapshots::Screen> Snapshots::screens()
                      state->selectKey(QStringLiteral("smart/recents"));
                      state->setSidebarCollapsed(true);
                  }});
+    previewScreens(list);
     return list;
+}
+
+std::optional<FileItem> Snapshots::firstFile(const std::function<bool(const FileItem &)> &accept) const
+{
+    const LibraryStore &store = *m_stores->store;
+    for (const SidebarItem &item : WarmUp::workList()) {
+        if (const auto result = store.collection(item)) {
+            for (const FileItem &file : result->items) {
+                if (accept(file))
+                    return file;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+void Snapshots::previewScreens(QList<Screen> &list)
+{
+    AppState *state = m_stores->state;
+    const auto kind = [](const char *wanted) { return [wanted](const FileItem &item) { return QuickLook::kindOf(item) == QLatin1String(wanted); }; };
+    // The sheet over the list the file came from, as a person opens it.
+    const auto preview = [this, state](std::function<bool(const FileItem &)> accept) {
+        return [this, state, accept] {
+            const auto file = firstFile(accept);
+            if (!file)
+                return;
+            QList<FileItem> around;
+            for (const SidebarItem &item : WarmUp::workList()) {
+                if (const auto result = m_stores->store->collection(item); result && result->items.contains(*file)) {
+                    around = result->items;
+                    break;
+                }
+            }
+            state->selectKey(QStringLiteral("category/") + file->category.rawValue());
+            state->preview(*file, around);
+        };
+    };
+    list.append({QStringLiteral("preview-photo"), preview([](const FileItem &item) {
+                     return QuickLook::kindOf(item) == QLatin1String("picture") && !item.name.startsWith(QLatin1String("Screenshot"));
+                 })});
+    list.append({QStringLiteral("preview-pdf-page"), preview(kind("pdf"))});
+    list.append({QStringLiteral("preview-video"), preview(kind("video")), false, 1500, {}, true});
+    list.append({QStringLiteral("preview-text"), preview(kind("text"))});
+    // A screenshot with its words selectable and the first few selected.
+    list.append({QStringLiteral("preview-live-text"),
+        [state, preview] {
+            state->setLiveTextMode(true);
+            preview([](const FileItem &item) { return item.name.startsWith(QLatin1String("Screenshot")) && QuickLook::kindOf(item) == QLatin1String("picture"); })();
+        },
+        false, 0, [this] {
+            QQuickItem *live = item(QStringLiteral("liveTextImage"));
+            QObject *words = live ? live->property("words").value<QObject *>() : nullptr;
+            if (!words || words->property("count").toInt() == 0)
+                return m_clock.elapsed() > 6000;
+            if (!words->property("hasSelection").toBool())
+                QMetaObject::invokeMethod(words, "select", Q_ARG(int, 0), Q_ARG(int, std::min(3, words->property("count").toInt() - 1)));
+            return true;
+        }});
+    const auto inspect = [state](std::function<std::optional<FileItem>()> pick) {
+        return [state, pick] {
+            if (const auto file = pick()) {
+                state->setFocusedItem(file);
+                state->setSelectedFiles({file->url});
+            }
+            state->setShowInspector(true);
+        };
+    };
+    list.append({QStringLiteral("inspector-picture"), inspect([this] {
+                     return firstFile([](const FileItem &item) { return item.category == FileCategory::images; });
+                 })});
+    list.append({QStringLiteral("inspector-download"), inspect([this] {
+                     return firstFile([](const FileItem &item) {
+                         return item.path().contains(QLatin1String("/Downloads/")) && DownloadSources::source(item.url).has_value();
+                     });
+                 })});
+    list.append({QStringLiteral("inspector-folder"), inspect([] {
+                     for (const Location &place : Location::standard()) {
+                         if (auto folder = FileItem::fromUrl(place.url))
+                             return std::optional(*folder);
+                     }
+                     return std::optional<FileItem>();
+                 })});
 }
 
 void Snapshots::start()
@@ -167,6 +252,9 @@ void Snapshots::reset()
     state.setSizeFilter(SizeFilter::any);
     state.setSelectedFiles({});
     state.setFocusedItem(std::nullopt);
+    state.setPreviewItem(std::nullopt);
+    state.setShowInspector(false);
+    state.setLiveTextMode(false);
     // Menus left open by the screen before close with a press of Escape.
     if (m_window)
         QMetaObject::invokeMethod(m_window->contentItem(), "forceActiveFocus");
@@ -210,8 +298,10 @@ void Snapshots::waitForSettled()
         qWarning("velk: still busy: searching %d, loading %d, query %d, chain %d, pictures %d, last frame %lld ms ago", store.isSearching(),
             int(store.loading().size()), typed.isEmpty() || store.searchedQuery() == typed, m_warmUp.chainStep(), ImageSources::pending(),
             m_sinceFrame.elapsed());
-    const bool due = m_clock.elapsed() >= m_screens[m_position].notBeforeMs;
-    if ((due && storesIdle && m_sinceFrame.elapsed() >= kQuietMs) || m_clock.elapsed() >= kSettleLimitMs) {
+    const Screen &screen = m_screens[m_position];
+    const bool due = m_clock.elapsed() >= screen.notBeforeMs && (!screen.ready || screen.ready());
+    const bool quiet = screen.moving || m_sinceFrame.elapsed() >= kQuietMs;
+    if ((due && storesIdle && quiet) || m_clock.elapsed() >= kSettleLimitMs) {
         m_poll.stop();
         capture();
     }

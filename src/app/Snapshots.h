@@ -8,6 +8,9 @@
 #include <QVariant>
 
 #include <functional>
+#include <optional>
+
+struct FileItem;
 
 class QQmlApplicationEngine;
 class QQuickWindow;
@@ -34,7 +37,14 @@ private:
         bool immediate = false;
         // Something the screen opens after a while (a menu): not drawn before this.
         int notBeforeMs = 0;
+        // Drawn once this holds (and the rest has settled); none: at once.
+        std::function<bool()> ready = {};
+        // Its content moves by itself (a video): drawn without waiting for the frames to stop.
+        bool moving = false;
     };
+    // The first file of the loaded collections that `accept` takes.
+    std::optional<FileItem> firstFile(const std::function<bool(const FileItem &)> &accept) const;
+    void previewScreens(QList<Screen> &list);
 
     QList<Screen> screens();
     void reset();

@@ -1,5 +1,7 @@
 #include "Format.h"
 
+#include "PreviewModels.h"
+
 #include "models/FileCategory.h"
 #include "models/Fmt.h"
 
@@ -58,4 +60,12 @@ QColor Format::pastel(const QString &name)
 {
     const Rgb tint = Theme::pastel(name);
     return QColor::fromRgbF(float(tint.red), float(tint.green), float(tint.blue), float(tint.alpha));
+}
+
+QString Format::previewKind(const QVariant &item)
+{
+    if (!item.canConvert<FileItem>())
+        return {};
+    const FileItem file = item.value<FileItem>();
+    return file.isValid() ? QuickLook::kindOf(file) : QString();
 }

@@ -30,4 +30,6 @@ public:
     Q_INVOKABLE static QColor categoryTint(const QString &rawOrKey);
     // The same name always gets the same of the six pastels.
     Q_INVOKABLE static QColor pastel(const QString &name);
+    // How a file is shown at length: "picture", "video", "audio", "pdf", "text", "folder" or "other".
+    Q_INVOKABLE static QString previewKind(const QVariant &item);
 };

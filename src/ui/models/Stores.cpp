@@ -25,6 +25,8 @@ void attach(QQmlEngine &engine, const Stores &stores)
         engine.addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(*stores.thumbnails));
     engine.addImageProvider(QStringLiteral("fileicon"), new FileIconProvider);
     engine.addImageProvider(QStringLiteral("appicon"), new FileIconProvider(FileIconProvider::Kind::defaultApp));
+    engine.addImageProvider(QStringLiteral("preview"), new DocumentPictureProvider(DocumentPictureProvider::Kind::picture));
+    engine.addImageProvider(QStringLiteral("pdfpage"), new DocumentPictureProvider(DocumentPictureProvider::Kind::pdfPage));
     QObject::connect(&engine, &QObject::destroyed, [key = &engine] { registry().remove(key); });
     // The stores belong to C++: QML must never collect them.
     for (QObject *store : std::initializer_list<QObject *> {

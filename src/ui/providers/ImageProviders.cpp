@@ -2,7 +2,9 @@
 
 #include "models/FileItem.h"
 #include "thumbnails/AppIcons.h"
+#include "FilePath.h"
 #include "thumbnails/Thumbnails.h"
+#include "worker/ParseWorkers.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -106,6 +108,20 @@ QUrl ImageSources::defaultApp(const QUrl &file)
     return QUrl(QStringLiteral("image://appicon/") + encode(file));
 }
 
+QUrl ImageSources::preview(const QUrl &file, int pixels)
+{
+    if (file.isEmpty() || pixels <= 0)
+        return {};
+    return QUrl(QStringLiteral("image://preview/%1/%2").arg(pixels).arg(encode(file)));
+}
+
+QUrl ImageSources::pdfPage(const QUrl &file, int page, int side)
+{
+    if (file.isEmpty() || page < 0 || side <= 0)
+        return {};
+    return QUrl(QStringLiteral("image://pdfpage/%1/%2/%3").arg(page).arg(side).arg(encode(file)));
+}
+
 ThumbnailProvider::ThumbnailProvider(Thumbnails &thumbnails)
     : m_thumbnails(thumbnails)
 {
@@ -159,6 +175,43 @@ QQuickImageResponse *FileIconProvider::requestImageResponse(const QString &id, c
         } else if (!file.isEmpty()) {
             if (const auto item = FileItem::fromUrl(file))
                 image = AppIcons::defaultApp(*item).value_or(QImage());
+        }
+        image = image.isNull() ? transparentPixel() : scaledToFit(image, requestedSize);
+        QMetaObject::invokeMethod(target, [target, image] {
+            if (target)
+                target->finish(image);
+        });
+    });
+    return response;
+}
+
+DocumentPictureProvider::DocumentPictureProvider(Kind kind)
+    : m_kind(kind)
+{
+    // Two at once: the page or picture on show and the next one.
+    m_pool.setMaxThreadCount(2);
+}
+
+QQuickImageResponse *DocumentPictureProvider::requestImageResponse(const QString &id, const QSize &requestedSize)
+{
+    auto *response = new PictureResponse;
+    const QStringList parts = id.split(QLatin1Char('/'));
+    const int fields = m_kind == Kind::pdfPage ? 3 : 2;
+    const QUrl file = parts.size() == fields ? ImageSources::fileOf(parts.last()) : QUrl();
+    const int first = parts.value(0).toInt();
+    const int second = fields == 3 ? parts.value(1).toInt() : 0;
+    if (file.isEmpty() || first < 0 || (m_kind == Kind::picture && first <= 0) || (m_kind == Kind::pdfPage && second <= 0)) {
+        response->finish(transparentPixel());
+        return response;
+    }
+    QPointer<PictureResponse> target(response);
+    const ThumbnailCancellation cancellation = response->m_cancellation;
+    m_pool.start([kind = m_kind, file, first, second, requestedSize, target, cancellation] {
+        QImage image;
+        if (!cancellation.isCancelled()) {
+            const QString path = FilePath::fromUrl(file);
+            image = kind == Kind::picture ? ParseWorkers::picture(path, first, ParseWorkers::Priority::interactive)
+                                          : ParseWorkers::renderPage(path, first, second);
         }
         image = image.isNull() ? transparentPixel() : scaledToFit(image, requestedSize);
         QMetaObject::invokeMethod(target, [target, image] {

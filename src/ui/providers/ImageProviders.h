@@ -24,6 +24,10 @@ public:
     Q_INVOKABLE static QUrl icon(const QUrl &file);
     // The icon of the application that opens this kind of file; a blank picture when none does.
     Q_INVOKABLE static QUrl defaultApp(const QUrl &file);
+    // The file's own picture, upright, at most `pixels` along its longer side.
+    Q_INVOKABLE static QUrl preview(const QUrl &file, int pixels);
+    // Page `page` (from 0) of a PDF, drawn `side` pixels along its longer side.
+    Q_INVOKABLE static QUrl pdfPage(const QUrl &file, int page, int side);
 
     // The file URL inside an image id; empty when the id is malformed.
     static QUrl fileOf(const QString &encoded);
@@ -52,6 +56,21 @@ class FileIconProvider : public QQuickAsyncImageProvider
 public:
     enum class Kind { file, defaultApp };
     explicit FileIconProvider(Kind kind = Kind::file);
+    QQuickImageResponse *requestImageResponse(const QString &id, const QSize &requestedSize) override;
+
+private:
+    Kind m_kind;
+    QThreadPool m_pool;
+};
+
+// "image://preview/<pixels>/<file>": the picture of a file at length, decoded by a parsing worker (JPEG
+// at a reduced scale, HEIC, camera RAW, orientation applied). "image://pdfpage/<page>/<side>/<file>":
+// one page of a PDF drawn by a worker. A file that holds no picture answers a 1×1 transparent image.
+class DocumentPictureProvider : public QQuickAsyncImageProvider
+{
+public:
+    enum class Kind { picture, pdfPage };
+    explicit DocumentPictureProvider(Kind kind);
     QQuickImageResponse *requestImageResponse(const QString &id, const QSize &requestedSize) override;
 
 private:

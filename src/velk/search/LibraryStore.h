@@ -56,6 +56,8 @@ public:
     };
 
     explicit LibraryStore(mdindex::MetadataIndex &index = mdindex::MetadataIndex::shared(), QList<QUrl> scopes = defaultScopes(), QObject *parent = nullptr);
+    // The index every answer comes from.
+    mdindex::MetadataIndex &index() const { return m_index; }
 
     const QHash<SidebarItem, SpotlightResult> &collections() const { return m_collections; }
     std::optional<SpotlightResult> collection(const SidebarItem &item) const;

@@ -126,6 +126,8 @@ public:
     Q_INVOKABLE void raiseFocusSearchToken() { assign(m_focusSearchToken, m_focusSearchToken + 1, &AppState::focusSearchTokenChanged); }
     std::optional<Toast> toast() const { return m_toast; }
     void setToast(const std::optional<Toast> &toast) { assign(m_toast, toast, &AppState::toastChanged); }
+    // A passing toast, for the views.
+    Q_INVOKABLE void showToast(const QString &message, const QString &symbol) { setToast(Toast(message, symbol)); }
     QList<QUrl> pinned() const { return m_pinned; }
     void setPinned(const QList<QUrl> &pinned);
     // The preview sheet's choice between selecting text and showing the picture plainly.

@@ -6,6 +6,8 @@ import Velk
 Rectangle {
     id: root
 
+    objectName: "card:" + (item ? item.name : "")
+
     required property var item
     required property var browser
     property bool isSelected

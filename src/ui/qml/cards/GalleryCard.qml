@@ -7,6 +7,8 @@ import Velk
 Item {
     id: root
 
+    objectName: "card:" + (item ? item.name : "")
+
     required property var item
     required property var browser
     property bool isSelected

@@ -84,7 +84,22 @@ Item {
                 height: parent.height
                 color: Theme.line
             }
+
+            InspectorView {
+                objectName: "inspector"
+                x: 1
+                width: Theme.inspectorWidth
+                height: parent.height
+                // Nothing is read for a hidden column.
+                visible: AppState.showInspector
+            }
         }
+    }
+
+    PreviewSheet {
+        id: previewSheet
+        objectName: "previewSheetLayer"
+        anchors.fill: parent
     }
 
     ToastView {
