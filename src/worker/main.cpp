@@ -129,7 +129,7 @@ private:
         const RecognizedText read = TextReading::recognizeWithBoxes(picture);
         QVariantList words;
         for (const RecognizedWord &word : read.words)
-            words.append(QVariantMap {{QStringLiteral("text"), word.text}, {QStringLiteral("box"), word.box}});
+            words.append(QVariantMap {{QStringLiteral("text"), word.text}, {QStringLiteral("box"), word.box}, {QStringLiteral("line"), word.line}});
         return {{QStringLiteral("text"), read.text}, {QStringLiteral("words"), words}, {QStringLiteral("size"), picture.size()}};
     }
 

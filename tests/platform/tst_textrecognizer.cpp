@@ -144,6 +144,9 @@ private Q_SLOTS:
         const RecognizedText read = TextReading::recognizeWithBoxes(picture);
         QCOMPARE(read.text, u"Timetable\nOrchestra"_s);
         QCOMPARE(read.words.size(), 2);
+        // Each word knows the line of the joined text it is on.
+        QCOMPARE(read.words[0].line, 0);
+        QCOMPARE(read.words[1].line, 1);
         const QRect box = read.words[1].box;
         QCOMPARE(read.words[1].text, u"Orchestra"_s);
         QVERIFY2((box.topLeft() - drawn.topLeft()).manhattanLength() <= 4 && (box.bottomRight() - drawn.bottomRight()).manhattanLength() <= 4,

@@ -541,7 +541,8 @@ RecognizedText OcrEngine::read(const QImage &image)
             int left = 0, top = 0, right = 0, bottom = 0;
             it->BoundingBox(tesseract::RIL_WORD, &left, &top, &right, &bottom);
             const QRect box(QPoint(int(left / scale), int(top / scale)), QPoint(int(std::ceil(right / scale)) - 1, int(std::ceil(bottom / scale)) - 1));
-            result.words.append({word, box.intersected(image.rect())});
+            // The word ends up in the line being gathered, which will be the next one joined.
+            result.words.append({word, box.intersected(image.rect()), int(lines.size())});
         } while (it->Next(tesseract::RIL_WORD));
     }
     if (!line.isEmpty())

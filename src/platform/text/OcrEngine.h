@@ -5,10 +5,12 @@
 #include <QRect>
 #include <QString>
 
-// One word as read, with its place in the picture that was given, in that picture's pixels.
+// One word as read, with its place in the picture that was given, in that picture's pixels, and the
+// line of the joined text it is on (0 for the first).
 struct RecognizedWord {
     QString text;
     QRect box;
+    int line = 0;
 };
 
 // What one recognition found: the lines joined by "\n", and the same words with their boxes.

@@ -385,7 +385,8 @@ RecognizedText recognizeWords(const QString &path, Priority priority, QSize *pic
     read.text = answer.values.value(QStringLiteral("text")).toString();
     for (const QVariant &word : answer.values.value(QStringLiteral("words")).toList()) {
         const QVariantMap w = word.toMap();
-        read.words.append(RecognizedWord {w.value(QStringLiteral("text")).toString(), w.value(QStringLiteral("box")).toRect()});
+        read.words.append(
+            RecognizedWord {w.value(QStringLiteral("text")).toString(), w.value(QStringLiteral("box")).toRect(), w.value(QStringLiteral("line")).toInt()});
     }
     if (pictureSize)
         *pictureSize = answer.values.value(QStringLiteral("size")).toSize();

@@ -153,6 +153,7 @@ private Q_SLOTS:
             p.setFont(font);
             p.setPen(Qt::black);
             p.drawText(QRect(0, 0, 900, 200), Qt::AlignCenter, u"Harbour lights tonight"_s);
+            p.drawText(QRect(0, 140, 900, 60), Qt::AlignCenter, u"Ferry leaves early"_s);
         }
         const QString path = m_home->path(u"Pictures/shot.png"_s);
         QVERIFY(shot.save(path));
@@ -165,6 +166,15 @@ private Q_SLOTS:
         // The word sits left of the middle, inside the line that was drawn.
         QVERIFY(harbour->box.left() > 100 && harbour->box.right() < 450);
         QVERIFY(harbour->box.top() > 60 && harbour->box.bottom() < 140);
+        // Lines come across too, counted as the text is joined.
+        const auto lineOf = [&read](const QString &text) {
+            const auto word = std::find_if(read.words.begin(), read.words.end(), [&](const RecognizedWord &w) { return w.text == text; });
+            return word == read.words.end() ? -1 : word->line;
+        };
+        QVERIFY2(read.text.count(u'\n') == 1, qPrintable(read.text));
+        QCOMPARE(lineOf(u"tonight"_s), 0);
+        QCOMPARE(lineOf(u"Ferry"_s), 1);
+        QCOMPARE(lineOf(u"early"_s), 1);
         QVERIFY(ParseWorkers::recognizeText(path, Priority::interactive).contains(u"tonight"_s));
     }
 
