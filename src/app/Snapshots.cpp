@@ -177,9 +177,12 @@ void Snapshots::previewScreens(QList<Screen> &list)
     list.append({QStringLiteral("preview-live-text"),
         [state, preview] {
             state->setLiveTextMode(true);
-            preview([](const FileItem &item) { return item.name.startsWith(QLatin1String("Screenshot")) && QuickLook::kindOf(item) == QLatin1String("picture"); })();
+            preview([](const FileItem &item) {
+                return item.name.startsWith(QLatin1String("Screenshot")) && QuickLook::kindOf(item) == QLatin1String("picture");
+            })();
         },
-        false, 0, [this] {
+        false, 0,
+        [this] {
             QQuickItem *live = item(QStringLiteral("liveTextImage"));
             QObject *words = live ? live->property("words").value<QObject *>() : nullptr;
             if (!words || words->property("count").toInt() == 0)
@@ -197,9 +200,8 @@ void Snapshots::previewScreens(QList<Screen> &list)
             state->setShowInspector(true);
         };
     };
-    list.append({QStringLiteral("inspector-picture"), inspect([this] {
-                     return firstFile([](const FileItem &item) { return item.category == FileCategory::images; });
-                 })});
+    list.append({QStringLiteral("inspector-picture"),
+        inspect([this] { return firstFile([](const FileItem &item) { return item.category == FileCategory::images; }); })});
     list.append({QStringLiteral("inspector-download"), inspect([this] {
                      return firstFile([](const FileItem &item) {
                          return item.path().contains(QLatin1String("/Downloads/")) && DownloadSources::source(item.url).has_value();

@@ -117,13 +117,16 @@ void InspectorModel::load()
         std::optional<DownloadSource> source;
     };
     [](QPointer<InspectorModel> self, FileItem item, mdindex::MetadataIndex *index, quint64 generation) -> QCoro::Task<> {
-        const Details details = co_await QtConcurrent::run(&detailsPool(), [item, index] {
+        // Made in a statement of its own: GCC 12 destroys a lambda with captures twice when it is built
+        // inside the co_await expression.
+        auto future = QtConcurrent::run(&detailsPool(), [item, index] {
             Details details;
             details.rows = Metadata::details(item, *index);
             if (!item.isFolder())
                 details.source = DownloadSources::source(item.url);
             return details;
         });
+        const Details details = co_await future;
         if (!self || self->m_generation != generation)
             co_return;
         self->m_rows = details.rows;

@@ -1,8 +1,8 @@
 #include "ImageProviders.h"
 
+#include "FilePath.h"
 #include "models/FileItem.h"
 #include "thumbnails/AppIcons.h"
-#include "FilePath.h"
 #include "thumbnails/Thumbnails.h"
 #include "worker/ParseWorkers.h"
 

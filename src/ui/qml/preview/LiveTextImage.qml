@@ -26,7 +26,7 @@ FocusScope {
     activeFocusOnTab: true
     focus: true
     Accessible.role: Accessible.Graphic
-    Accessible.name: words.count > 0 ? "Picture with selectable text" : "Picture"
+    Accessible.name: words.status === LiveTextModel.Ready ? "Picture with selectable text" : "Picture"
 
     LiveTextModel {
         id: words
@@ -67,8 +67,7 @@ FocusScope {
         objectName: "liveTextBusy"
         anchors.right: parent.right
         anchors.bottom: parent.bottom
-        // The model's status: 1 while the picture is being read.
-        running: words.status === 1
+        running: words.status === LiveTextModel.Reading
         visible: running
     }
 

@@ -30,7 +30,7 @@ Item {
         spacing: 16
         topMargin: 16
         bottomMargin: 16
-        cacheBuffer: height
+        cacheBuffer: Math.max(0, height)
         boundsBehavior: Flickable.StopAtBounds
         ScrollBar.vertical: ScrollBar {}
 
