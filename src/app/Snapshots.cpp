@@ -154,8 +154,10 @@ void Snapshots::previewScreens(QList<Screen> &list)
     const auto preview = [this, state](std::function<bool(const FileItem &)> accept) {
         return [this, state, accept] {
             const auto file = firstFile(accept);
-            if (!file)
+            if (!file) {
+                qWarning("velk: snapshot found no file of that kind in the library");
                 return;
+            }
             QList<FileItem> around;
             for (const SidebarItem &item : WarmUp::workList()) {
                 if (const auto result = m_stores->store->collection(item); result && result->items.contains(*file)) {
@@ -167,12 +169,25 @@ void Snapshots::previewScreens(QList<Screen> &list)
             state->preview(*file, around);
         };
     };
+    const qsizetype first = list.size();
     list.append({QStringLiteral("preview-photo"), preview([](const FileItem &item) {
                      return QuickLook::kindOf(item) == QLatin1String("picture") && !item.name.startsWith(QLatin1String("Screenshot"));
                  })});
     list.append({QStringLiteral("preview-pdf-page"), preview(kind("pdf"))});
     list.append({QStringLiteral("preview-video"), preview(kind("video")), false, 1500, {}, true});
-    list.append({QStringLiteral("preview-text"), preview(kind("text"))});
+    // Plain text is in none of the library's kinds: the places are walked for a file that reads as text.
+    list.append({QStringLiteral("preview-text"), [state] {
+                     for (const Location &place : Location::standard()) {
+                         QDirIterator walk(FilePath::fromUrl(place.url), QDir::Files, QDirIterator::Subdirectories);
+                         for (int seen = 0; walk.hasNext() && seen < 5000; ++seen) {
+                             const auto file = FileItem::fromUrl(FilePath::toUrl(walk.next()));
+                             if (file && QuickLook::kindOf(*file) == QLatin1String("text") && !TextFileModel::read(file->path(), 4096).failed) {
+                                 state->preview(*file, {*file});
+                                 return;
+                             }
+                         }
+                     }
+                 }});
     // A screenshot with its words selectable and the first few selected.
     list.append({QStringLiteral("preview-live-text"),
         [state, preview] {
@@ -208,12 +223,21 @@ void Snapshots::previewScreens(QList<Screen> &list)
                      });
                  })});
     list.append({QStringLiteral("inspector-folder"), inspect([] {
-                     for (const Location &place : Location::standard()) {
-                         if (auto folder = FileItem::fromUrl(place.url))
+                     // A folder of the library rather than the home itself.
+                     const QList<Location> places = Location::standard();
+                     for (qsizetype i = places.size() - 1; i >= 0; --i) {
+                         if (auto folder = FileItem::fromUrl(places[i].url); folder && places[i].url != FilePath::toUrl(QDir::homePath()))
                              return std::optional(*folder);
                      }
                      return std::optional<FileItem>();
                  })});
+    for (qsizetype i = first; i < list.size(); ++i)
+        list[i].fromLibrary = true;
+}
+
+bool Snapshots::libraryLoaded() const
+{
+    return m_stores->store->loading().isEmpty() && m_warmUp.chainStep() >= 3;
 }
 
 void Snapshots::start()
@@ -237,7 +261,21 @@ void Snapshots::start()
     m_clock.start();
     // The first screens wait for the warm-up's collections, as a person's first look would.
     QTextStream(stdout) << "snapshot: drawing " << m_screens.size() << " screens in light and dark into " << m_folder << Qt::endl;
-    next();
+    // Screens that pick their file from the library start once its collections are in.
+    const bool waits = std::any_of(m_screens.cbegin(), m_screens.cend(), [](const Screen &screen) { return screen.fromLibrary; });
+    if (!waits) {
+        next();
+        return;
+    }
+    auto *poll = new QTimer(this);
+    poll->setInterval(50);
+    connect(poll, &QTimer::timeout, this, [this, poll] {
+        if (!libraryLoaded() && m_clock.elapsed() < 3 * kSettleLimitMs)
+            return;
+        poll->deleteLater();
+        next();
+    });
+    poll->start();
 }
 
 void Snapshots::reset()
@@ -275,19 +313,28 @@ void Snapshots::next()
     }
     ColorScheme::setOverride(m_dark);
     reset();
-    const Screen &screen = m_screens[m_position];
     m_clock.restart();
     // The reset above settles first, so the screen's own changes start from a plain window.
-    QTimer::singleShot(100, this, [this, &screen] {
-        m_clock.restart();
-        screen.setUp();
-        if (screen.immediate) {
-            QTimer::singleShot(60, this, &Snapshots::capture);
-            return;
-        }
-        m_sinceFrame.restart();
-        m_poll.start();
-    });
+    QTimer::singleShot(100, this, &Snapshots::setUpScreen);
+}
+
+void Snapshots::setUpScreen()
+{
+    const Screen &screen = m_screens[m_position];
+    // A screen that picks its file from the library waits for its collections (they reload when
+    // the index sees a change).
+    if (screen.fromLibrary && !libraryLoaded() && m_clock.elapsed() < kSettleLimitMs) {
+        QTimer::singleShot(50, this, &Snapshots::setUpScreen);
+        return;
+    }
+    m_clock.restart();
+    screen.setUp();
+    if (screen.immediate) {
+        QTimer::singleShot(60, this, &Snapshots::capture);
+        return;
+    }
+    m_sinceFrame.restart();
+    m_poll.start();
 }
 
 void Snapshots::waitForSettled()

@@ -41,7 +41,10 @@ private:
         std::function<bool()> ready = {};
         // Its content moves by itself (a video): drawn without waiting for the frames to stop.
         bool moving = false;
+        // Set up only once the warm-up's collections are in: it picks its file from them.
+        bool fromLibrary = false;
     };
+    bool libraryLoaded() const;
     // The first file of the loaded collections that `accept` takes.
     std::optional<FileItem> firstFile(const std::function<bool(const FileItem &)> &accept) const;
     void previewScreens(QList<Screen> &list);
@@ -49,6 +52,7 @@ private:
     QList<Screen> screens();
     void reset();
     void next();
+    void setUpScreen();
     void waitForSettled();
     void capture();
     QQuickItem *item(const QString &objectName) const;

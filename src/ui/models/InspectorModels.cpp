@@ -195,6 +195,8 @@ void RecognizedTextModel::setItemValue(const QVariant &value)
 
 QString RecognizedTextModel::state() const
 {
+    if (!m_item || !TextRecognizer::canRead(*m_item))
+        return QStringLiteral("empty");
     if (!m_text)
         return QStringLiteral("reading");
     return m_text->isEmpty() ? QStringLiteral("empty") : QStringLiteral("text");

@@ -28,8 +28,9 @@ QString kindOf(const FileItem &item)
         return QStringLiteral("audio");
     if (conforms(u"com.adobe.pdf"))
         return QStringLiteral("pdf");
-    // Application entries are text too, but a person looks for the program, not its lines.
-    if (item.category != FileCategory::apps && conforms(u"public.text"))
+    // Application entries are text too, but a person looks for the program, not its lines; rich text
+    // is markup that means nothing read plainly.
+    if (item.category != FileCategory::apps && conforms(u"public.text") && !conforms(u"public.rtf"))
         return QStringLiteral("text");
     return QStringLiteral("other");
 }
@@ -188,6 +189,9 @@ TextFileModel::Read TextFileModel::read(const QString &path, qint64 limit)
     const QByteArray bytes = file.readAt(0, std::min(file.size(), limit));
     if (bytes.size() < std::min(file.size(), limit))
         return result;
+    // A NUL near the start means the bytes are not text, whatever the name says.
+    if (bytes.left(8192).contains('\0'))
+        return result;
     result.failed = false;
     result.truncated = file.size() > limit;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -195,8 +199,6 @@ TextFileModel::Read TextFileModel::read(const QString &path, qint64 limit)
     // A cut in the middle of a character leaves a replacement character at the end: drop it.
     if (result.truncated && result.text.endsWith(QChar::ReplacementCharacter))
         result.text.chop(1);
-    // Nothing below draws a NUL; show it as what it is.
-    result.text.replace(QChar(0), QChar(0x2400));
     return result;
 }
 

@@ -77,7 +77,8 @@ private:
 };
 
 // The start of a plain text file, read off the main thread: at most the first megabyte, decoded as
-// UTF-8 with anything else shown as replacement characters.
+// UTF-8 with anything else shown as replacement characters. Bytes with a NUL among the first few
+// thousand are no text: they fail, and the preview shows the file's icon instead.
 class TextFileModel : public QObject
 {
     Q_OBJECT

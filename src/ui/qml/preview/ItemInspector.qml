@@ -37,8 +37,8 @@ ScrollView {
             Layout.preferredHeight: 230
             radius: 10
             color: Theme.fill
-            border.color: Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.5)
-            border.width: 0.5
+            border.color: Theme.line
+            border.width: 1
             clip: true
 
             FolderItemCard {

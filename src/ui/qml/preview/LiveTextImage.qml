@@ -58,7 +58,7 @@ FocusScope {
             height: box.height * picture.paintedHeight + 4
             radius: 3
             color: selected ? Qt.rgba(0.2, 0.48, 1, 0.38) : Qt.rgba(1, 1, 1, 0.06)
-            border.color: selected ? "transparent" : Qt.rgba(0.2, 0.48, 1, 0.35)
+            border.color: selected ? "transparent" : Qt.rgba(0.2, 0.48, 1, 0.22)
             border.width: 1
         }
     }

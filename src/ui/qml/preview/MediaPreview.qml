@@ -47,6 +47,23 @@ Item {
     }
     Component.onDestruction: player.stop()
 
+    // A video plays on black, over a still of it that stands in until the first frame is drawn
+    // (and wherever the renderer cannot draw video).
+    Rectangle {
+        anchors.fill: output
+        visible: root.video
+        color: "black"
+        Image {
+            anchors.fill: parent
+            source: root.video && root.url.toString() !== "" ? ImageSources.thumbnail(root.url, 640) : ""
+            sourceSize.width: 1280
+            sourceSize.height: 1280
+            fillMode: Image.PreserveAspectFit
+            asynchronous: true
+            cache: false
+        }
+    }
+
     VideoOutput {
         id: output
         anchors.fill: parent

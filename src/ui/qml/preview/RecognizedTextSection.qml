@@ -62,7 +62,7 @@ ColumnLayout {
                 BusyIndicator {
                     Layout.preferredWidth: 16
                     Layout.preferredHeight: 16
-                    running: recognized.state === "reading"
+                    running: recognized.state === "reading" && root.visible
                 }
                 Text {
                     text: "Reading text…"
