@@ -37,6 +37,7 @@ private:
     };
 
     QList<Screen> screens();
+    QList<Screen> reviewScreens();
     void reset();
     void next();
     void waitForSettled();

@@ -5,6 +5,7 @@
 #include "Session.h"
 #include "SourceModels.h"
 #include "StoreWorld.h"
+#include "mdindex/extractors/Extractors.h"
 #include "models/Fmt.h"
 
 #include <QAbstractItemModelTester>
@@ -74,14 +75,6 @@ QList<QUrl> waitForTrashed(QSignalSpy &spy)
 QString toastText(const AppState &state)
 {
     return state.toast() ? state.toast()->message : QString();
-}
-
-QStringList names(const QList<FileItem> &items)
-{
-    QStringList list;
-    for (const FileItem &item : items)
-        list.append(item.name);
-    return list;
 }
 
 // The real window over a real index of the test's home.
@@ -159,6 +152,7 @@ private Q_SLOTS:
     {
         StoreWorld world;
         addSuggestions(world.home);
+        addCopies(world.home);
         world.build();
         CleanupCards cards;
         cards.setStores(world.stores());
@@ -193,8 +187,6 @@ private Q_SLOTS:
         QCOMPARE(cards.hubSubtitle(), u"You could free up to "_s + Fmt::bytes(9000));
 
         // A scan that found copies adds its extras to the sum and speaks on its card.
-        addCopies(world.home);
-        world.index->update();
         QCoro::waitFor(world.duplicates->scan(world.store->scopes()));
         QCOMPARE(world.duplicates->extraCopies(), 3);
         QCOMPARE(cards.total(), 9000 + 2 * 60'000 + 80'000);
@@ -311,6 +303,7 @@ private Q_SLOTS:
         world.home.file(u"Downloads/plain.txt"_s, "nothing known");
         if (!stamped)
             QSKIP("this file system keeps no user attributes");
+        world.extractors.push_back(mdindex::extractors::makeWhereFromsExtractor());
         world.build();
 
         SourceCards hub;

@@ -18,10 +18,10 @@ Rectangle {
     property bool isSimilar
     property bool busy
 
-    signal keep(url url)
+    signal keep(url file)
     signal trash
-    signal preview(url url)
-    signal reveal(url url)
+    signal preview(url file)
+    signal reveal(url file)
 
     implicitHeight: column.implicitHeight + 32
     radius: 16

@@ -41,11 +41,19 @@ Dialog {
         color: Theme.ink
     }
 
-    contentItem: Text {
-        text: root.message
-        wrapMode: Text.WordWrap
-        font.pixelSize: 12
-        color: Theme.secondary
+    contentItem: FocusScope {
+        implicitHeight: messageText.implicitHeight
+        focus: true
+        Keys.onReturnPressed: root.accept()
+        Keys.onEnterPressed: root.accept()
+        Text {
+            id: messageText
+            width: parent.width
+            text: root.message
+            wrapMode: Text.WordWrap
+            font.pixelSize: 12
+            color: Theme.secondary
+        }
     }
 
     footer: RowLayout {
@@ -76,8 +84,6 @@ Dialog {
         }
     }
 
-    Keys.onReturnPressed: root.accept()
-    Keys.onEnterPressed: root.accept()
     onAccepted: root.confirmed()
     onRejected: root.dismissed()
 }

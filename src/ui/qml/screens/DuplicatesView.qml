@@ -3,7 +3,6 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Velk
 
-pragma ComponentBehavior: Bound
 
 // Identical copies and look-alike photos: the panel of the tab's scan, then the groups, sixty at a
 // time, each with the copy to keep marked.
@@ -15,8 +14,8 @@ Item {
 
     // For the snapshots and the keyboard: the tab on show, "exact" or "similar".
     property alias tab: groups.tab
-    function askTrashAll() {
-        confirm.open()
+    function showTab(name) {
+        groups.tab = name
     }
 
     DuplicatesModel {
@@ -168,10 +167,10 @@ Item {
             width: list.width - 2 * Theme.pad
             isSimilar: groups.tab === "similar"
             busy: groups.trashing
-            onKeep: url => groups.keep(groupId, url)
+            onKeep: file => groups.keep(groupId, file)
             onTrash: groups.trashGroup(groupId)
-            onPreview: url => groups.preview(groupId, url)
-            onReveal: url => groups.reveal(groupId, url)
+            onPreview: file => groups.preview(groupId, file)
+            onReveal: file => groups.reveal(groupId, file)
         }
 
         footer: Item {
