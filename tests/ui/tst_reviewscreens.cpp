@@ -471,9 +471,14 @@ private Q_SLOTS:
         w.open();
         QVERIFY(w.window);
         QTRY_VERIFY_WITH_TIMEOUT(w.stores().cleanup->loadedToken() == w.state().refreshToken(), 30000);
+        // The warm-up's last step, the duplicate scan, redraws the cards when it ends.
+        QTRY_COMPARE_WITH_TIMEOUT(w.stores().duplicates->phase().kind, DuplicateFinder::Phase::finished, 30000);
         w.state().selectKey(u"cleanupHub"_s);
         QTRY_COMPARE(w.text(u"hubSubtitle"_s), u"You could free up to "_s + Fmt::bytes(9000));
-        QTRY_VERIFY(w.click(u"suggestion:cleanup/installers"_s));
+        QTRY_VERIFY(w.find(u"suggestion:cleanup/installers"_s));
+        // Laid out beside the duplicates card once the grid has placed it.
+        QTRY_VERIFY(w.find(u"suggestion:cleanup/installers"_s)->x() > 0);
+        QVERIFY(w.click(u"suggestion:cleanup/installers"_s));
         QCOMPARE(w.state().selectionKey(), u"cleanup/installers"_s);
         QTRY_COMPARE(w.text(u"browserTitle"_s), u"Old Installers"_s);
         QTRY_COMPARE(w.text(u"freeableText"_s), Fmt::bytes(5000) + u" can be freed"_s);
@@ -502,7 +507,8 @@ private Q_SLOTS:
         const QUrl b = QUrl::fromLocalFile(w.home.path(u"Documents/b.bin"_s));
         const QUrl keepBefore = w.stores().duplicates->exact().first().keep;
         const QString other = keepBefore == b ? u"a.bin"_s : u"b.bin"_s;
-        QTRY_VERIFY(w.click(u"duplicateTile:"_s + other));
+        QTRY_VERIFY(w.find(u"duplicateTile:"_s + other));
+        QVERIFY(w.click(u"duplicateTile:"_s + other));
         QTRY_VERIFY(w.stores().duplicates->exact().first().keep != keepBefore);
         QVERIFY(w.click(u"keepOneButton"_s));
         QTRY_VERIFY_WITH_TIMEOUT(inTrash(w.home, keepBefore.fileName()), 10000);
