@@ -181,10 +181,10 @@ QList<Snapshots::Screen> Snapshots::reviewScreens()
     list.append({QStringLiteral("duplicates-similar-idle"), duplicates(true, {}), false, 400});
     list.append({QStringLiteral("duplicates-exact-finished"), duplicates(false, full)});
     list.append({QStringLiteral("duplicates-exact-scanning"), duplicates(false, full), true, 250});
-    list.append({QStringLiteral("duplicates-exact-empty"), duplicates(false, none)});
-    list.append({QStringLiteral("duplicates-similar-scanning"), duplicates(true, full), true, 400});
+    list.append({QStringLiteral("duplicates-similar-scanning"), duplicates(true, full), true, 260});
     list.append({QStringLiteral("duplicates-similar-finished"), duplicates(true, full), false, 400});
     list.append({QStringLiteral("duplicates-similar-empty"), duplicates(true, none), false, 400});
+    list.append({QStringLiteral("duplicates-exact-empty"), duplicates(false, none)});
     // Last, so that the exact scan the other screens show is whole again.
     list.append({QStringLiteral("duplicates-exact-groups-again"), duplicates(false, full)});
     return list;

@@ -67,7 +67,7 @@ Rectangle {
         ListView {
             id: row
             Layout.fillWidth: true
-            Layout.preferredHeight: 168 * 0.75 + 76
+            Layout.preferredHeight: 168 * 0.75 + 58
             orientation: ListView.Horizontal
             spacing: 12
             clip: true

@@ -105,7 +105,7 @@ Item {
                     Layout.alignment: Qt.AlignTop
                 }
                 PreviewStack {
-                    visible: !root.busy
+                    visible: !root.busy && root.previews.length > 0
                     items: root.previews
                     tint: root.tint
                 }

@@ -23,6 +23,10 @@ Dialog {
     padding: 20
     closePolicy: Popup.CloseOnEscape
 
+    Overlay.modal: Rectangle {
+        color: Qt.rgba(0, 0, 0, Theme.dark ? 0.45 : 0.25)
+    }
+
     background: Rectangle {
         radius: 14
         color: Theme.card

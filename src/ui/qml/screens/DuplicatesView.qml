@@ -38,6 +38,11 @@ Item {
         header: Item {
             width: list.width
             height: headerColumn.implicitHeight + 28 + 18
+            // The panel changes its height with the phase; a list at its top stays there.
+            onHeightChanged: {
+                if (!list.moving && list.contentY - list.originY < 60)
+                    Qt.callLater(list.positionViewAtBeginning)
+            }
             ColumnLayout {
                 id: headerColumn
                 x: Theme.pad
@@ -58,20 +63,59 @@ Item {
                     font.pixelSize: 13
                     color: Theme.secondary
                 }
-                TabBar {
-                    id: tabs
+                // The segmented choice of the tab.
+                Rectangle {
                     objectName: "duplicateTabs"
                     Layout.topMargin: 14
-                    Layout.preferredWidth: 320
-                    currentIndex: groups.tab === "similar" ? 1 : 0
-                    onCurrentIndexChanged: groups.tab = currentIndex === 1 ? "similar" : "exact"
-                    TabButton {
-                        objectName: "tab:exact"
-                        text: "Exact Copies"
-                    }
-                    TabButton {
-                        objectName: "tab:similar"
-                        text: "Similar Photos"
+                    implicitWidth: tabRow.implicitWidth + 6
+                    implicitHeight: 32
+                    radius: 9
+                    color: Theme.fill
+                    border.color: Theme.line
+                    border.width: 1
+                    Accessible.role: Accessible.PageTabList
+                    Accessible.name: "Kind of duplicates"
+                    Row {
+                        id: tabRow
+                        anchors.centerIn: parent
+                        spacing: 2
+                        Repeater {
+                            model: [{
+                                    "key": "exact",
+                                    "title": "Exact Copies"
+                                }, {
+                                    "key": "similar",
+                                    "title": "Similar Photos"
+                                }]
+                            delegate: AbstractButton {
+                                id: tabButton
+                                required property var modelData
+                                readonly property bool current: groups.tab === modelData.key
+                                objectName: "tab:" + modelData.key
+                                width: 150
+                                height: 26
+                                text: modelData.title
+                                checkable: true
+                                checked: current
+                                Accessible.role: Accessible.PageTab
+                                Accessible.name: text
+                                onClicked: groups.tab = modelData.key
+                                background: Rectangle {
+                                    radius: 7
+                                    color: tabButton.current ? Theme.card : "transparent"
+                                    border.color: tabButton.current ? Theme.line : "transparent"
+                                    border.width: 1
+                                }
+                                contentItem: Text {
+                                    text: tabButton.text
+                                    horizontalAlignment: Text.AlignHCenter
+                                    verticalAlignment: Text.AlignVCenter
+                                    font.pixelSize: 12
+                                    font.weight: tabButton.current ? Font.DemiBold : Font.Normal
+                                    color: tabButton.current ? Theme.ink : Theme.secondary
+                                }
+                            }
+                        }
                     }
                 }
 
@@ -106,6 +150,7 @@ Item {
                             color: Theme.ink
                         }
                         ProgressBar {
+                            id: progressBar
                             objectName: "heroProgress"
                             visible: groups.showsProgress
                             Layout.alignment: Qt.AlignHCenter
@@ -113,6 +158,20 @@ Item {
                             from: 0
                             to: 1
                             value: groups.progress
+                            background: Rectangle {
+                                implicitHeight: 6
+                                radius: 3
+                                color: Theme.line
+                            }
+                            contentItem: Item {
+                                implicitHeight: 6
+                                Rectangle {
+                                    width: progressBar.visualPosition * parent.width
+                                    height: parent.height
+                                    radius: 3
+                                    color: Qt.rgba(0.93, 0.35, 0.4, 1)
+                                }
+                            }
                         }
                         Text {
                             objectName: "heroDetail"
