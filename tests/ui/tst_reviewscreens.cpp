@@ -3,6 +3,7 @@
 #include "ReadOnlyFolder.h"
 #include "ReviewFlows.h"
 #include "Session.h"
+#include "SidebarModel.h"
 #include "SourceModels.h"
 #include "StoreWorld.h"
 #include "mdindex/extractors/Extractors.h"
@@ -70,6 +71,16 @@ QList<QUrl> waitForTrashed(QSignalSpy &spy)
     if (spy.isEmpty() && !spy.wait(20000))
         return {QUrl(u"about:timeout"_s)};
     return spy.takeFirst().at(0).value<QList<QUrl>>();
+}
+
+// The figure the sidebar shows beside Clean Up.
+qint64 sidebarCleanupFigure(const Stores &stores)
+{
+    for (const SidebarRowData &row : SidebarModel::build(stores)) {
+        if (row.key == u"cleanupHub"_s)
+            return row.badge;
+    }
+    return -2;
 }
 
 QString toastText(const AppState &state)
@@ -243,9 +254,12 @@ private Q_SLOTS:
         QVERIFY(!review.confirming());
         QVERIFY(QFileInfo::exists(dmg.path()));
 
+        const qint64 figure = sidebarCleanupFigure(world.stores());
+        QCOMPARE(figure, world.cleanup->totalReclaimable());
         review.askSelected();
         review.confirm();
         QCOMPARE(waitForTrashed(trashed), QList<QUrl> {dmg.url});
+        QCOMPARE(sidebarCleanupFigure(world.stores()), figure - 2000);
         QVERIFY(!QFileInfo::exists(dmg.path()));
         QVERIFY(inTrash(world.home, u"Legacy.dmg"_s));
         QCOMPARE(toastText(*world.state), u"Moved 1 item to Trash · "_s + Fmt::bytes(2000) + u" freed"_s);

@@ -92,6 +92,13 @@ FileBrowser {
         }
     }
 
+    // Delete asks to trash the marked files, as in a file manager.
+    Shortcut {
+        sequence: StandardKey.Delete
+        enabled: review.selectedCount > 0 && !review.trashing
+        onActivated: review.askSelected()
+    }
+
     ConfirmDialog {
         id: confirm
         title: review.confirmTitle
