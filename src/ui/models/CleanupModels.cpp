@@ -49,13 +49,29 @@ void CleanupCards::setStores(const Stores &stores)
 {
     m_stores = stores;
     if (m_stores.cleanup) {
-        connect(m_stores.cleanup, &CleanupStore::resultsChanged, this, &CleanupCards::changed);
-        connect(m_stores.cleanup, &CleanupStore::loadingChanged, this, &CleanupCards::changed);
+        connect(m_stores.cleanup, &CleanupStore::resultsChanged, this, &CleanupCards::update);
+        connect(m_stores.cleanup, &CleanupStore::loadingChanged, this, &CleanupCards::update);
     }
     if (m_stores.duplicates) {
-        connect(m_stores.duplicates, &DuplicateFinder::phaseChanged, this, &CleanupCards::changed);
-        connect(m_stores.duplicates, &DuplicateFinder::exactChanged, this, &CleanupCards::changed);
+        connect(m_stores.duplicates, &DuplicateFinder::phaseChanged, this, &CleanupCards::update);
+        connect(m_stores.duplicates, &DuplicateFinder::exactChanged, this, &CleanupCards::update);
     }
+    m_cards = buildCards();
+    m_total = total();
+    m_loading = m_stores.cleanup && m_stores.cleanup->loading();
+    Q_EMIT changed();
+}
+
+void CleanupCards::update()
+{
+    QVariantList cards = buildCards();
+    const qint64 sum = total();
+    const bool loading = m_stores.cleanup && m_stores.cleanup->loading();
+    if (cards == m_cards && sum == m_total && loading == m_loading)
+        return;
+    m_cards = std::move(cards);
+    m_total = sum;
+    m_loading = loading;
     Q_EMIT changed();
 }
 
@@ -85,7 +101,7 @@ QString CleanupCards::hubSubtitle(bool loading, qint64 total)
     return QStringLiteral("Your computer looks tidy.");
 }
 
-QVariantList CleanupCards::cards() const
+QVariantList CleanupCards::buildCards() const
 {
     QVariantList list;
     if (m_stores.duplicates) {

@@ -37,7 +37,7 @@ public:
     static Texts duplicatesTexts(const DuplicateFinder &finder);
     static QString hubSubtitle(bool loading, qint64 total);
 
-    QVariantList cards() const;
+    QVariantList cards() const { return m_cards; }
     // The suggestions and the extra copies: look-alike photos are no sure saving.
     qint64 total() const;
     QString capsule() const;
@@ -51,7 +51,14 @@ Q_SIGNALS:
     void changed();
 
 private:
+    QVariantList buildCards() const;
+    // Tells the views only when something they show changed: a scan's progress alone does not.
+    void update();
+
     Stores m_stores;
+    QVariantList m_cards;
+    qint64 m_total = -1;
+    bool m_loading = false;
 };
 
 // The suggestions of one kind, in the file browser, with what the action bar and its confirmation say

@@ -97,8 +97,9 @@ DuplicatesModel::Hero DuplicatesModel::hero(bool similar, const DuplicateFinder:
     }
     hero.headline = QStringLiteral("Free up ") + Fmt::bytes(reclaimableOf(groups));
     // "copy" takes a plain "s" like every other word here.
-    hero.detail = QStringLiteral("%1 in %2").arg(Format::counted(extrasOf(groups), similar ? QStringLiteral("extra photo") : QStringLiteral("extra copy")),
-        Format::counted(groups.size(), QStringLiteral("group")));
+    hero.detail = QStringLiteral("%1 in %2")
+                      .arg(Format::counted(extrasOf(groups), similar ? QStringLiteral("extra photo") : QStringLiteral("extra copy")),
+                          Format::counted(groups.size(), QStringLiteral("group")));
     hero.freeUp = true;
     hero.canTrashAll = true;
     return hero;

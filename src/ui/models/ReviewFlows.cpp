@@ -10,41 +10,41 @@ namespace ReviewFlows {
 
 namespace {
 
-void forgetElsewhere(const QSet<QUrl> &moved, const Stores &stores)
-{
-    if (stores.state) {
-        QSet<QUrl> marks = stores.state->selectedFiles();
-        marks.subtract(moved);
-        stores.state->setSelectedFiles(marks);
+    void forgetElsewhere(const QSet<QUrl> &moved, const Stores &stores)
+    {
+        if (stores.state) {
+            QSet<QUrl> marks = stores.state->selectedFiles();
+            marks.subtract(moved);
+            stores.state->setSelectedFiles(marks);
+        }
     }
-}
 
-void toast(const Stores &stores, const QString &text)
-{
-    if (stores.state)
-        stores.state->setToast(AppState::Toast(text, QStringLiteral("sparkles")));
-}
-
-QCoro::Task<> runTrashCopies(QList<QUuid> groupIds, Stores stores, Done done)
-{
-    QList<FileItem> extras;
-    for (const DuplicateGroup &group : stores.duplicates->exact()) {
-        if (groupIds.contains(group.id))
-            extras += group.extras();
+    void toast(const Stores &stores, const QString &text)
+    {
+        if (stores.state)
+            stores.state->setToast(AppState::Toast(text, QStringLiteral("sparkles")));
     }
-    const DuplicateFinder::TrashOutcome outcome = co_await stores.duplicates->trashExtras(groupIds);
-    // The finder already took what moved out of its groups.
-    if (stores.store)
-        stores.store->remove(outcome.moved);
-    if (stores.cleanup)
-        stores.cleanup->remove(outcome.moved);
-    if (stores.textIndex)
-        stores.textIndex->forget(outcome.moved);
-    forgetElsewhere(outcome.moved, stores);
-    toast(stores, copiesToast(outcome.moved.size(), movedBytes(extras, outcome.moved), outcome.differing.size(), outcome.unproven.size()));
-    if (done)
-        done(outcome.moved);
-}
+
+    QCoro::Task<> runTrashCopies(QList<QUuid> groupIds, Stores stores, Done done)
+    {
+        QList<FileItem> extras;
+        for (const DuplicateGroup &group : stores.duplicates->exact()) {
+            if (groupIds.contains(group.id))
+                extras += group.extras();
+        }
+        const DuplicateFinder::TrashOutcome outcome = co_await stores.duplicates->trashExtras(groupIds);
+        // The finder already took what moved out of its groups.
+        if (stores.store)
+            stores.store->remove(outcome.moved);
+        if (stores.cleanup)
+            stores.cleanup->remove(outcome.moved);
+        if (stores.textIndex)
+            stores.textIndex->forget(outcome.moved);
+        forgetElsewhere(outcome.moved, stores);
+        toast(stores, copiesToast(outcome.moved.size(), movedBytes(extras, outcome.moved), outcome.differing.size(), outcome.unproven.size()));
+        if (done)
+            done(outcome.moved);
+    }
 
 } // namespace
 
