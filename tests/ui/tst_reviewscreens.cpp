@@ -10,6 +10,7 @@
 #include "models/Fmt.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QDir>
 #include <QFile>
 #include <QQmlApplicationEngine>
@@ -140,6 +141,24 @@ struct Window {
     {
         QQuickItem *item = find(name);
         return item ? item->property("text").toString() : u"<no %1>"_s.arg(name);
+    }
+    // The buttons on screen that a screen reader could not name.
+    QStringList unnamedButtons() const
+    {
+        QStringList unnamed;
+        const auto visit = [&](auto &&self, QQuickItem *item) -> void {
+            if (!item->isVisible())
+                return;
+            if (item->inherits("QQuickAbstractButton") || item->objectName().startsWith(u"suggestion:"_s)) {
+                QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+                if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty())
+                    unnamed.append(QString::fromLatin1(item->metaObject()->className()) + u" "_s + item->objectName());
+            }
+            for (QQuickItem *child : item->childItems())
+                self(self, child);
+        };
+        visit(visit, window->contentItem());
+        return unnamed;
     }
     bool click(const QString &name) const
     {
@@ -498,12 +517,15 @@ private Q_SLOTS:
         w.state().selectKey(u"cleanupHub"_s);
         QTRY_COMPARE(w.text(u"hubSubtitle"_s), u"You could free up to "_s + Fmt::bytes(9000));
         QTRY_VERIFY(w.find(u"suggestion:cleanup/installers"_s));
+        QAccessible::setActive(true);
+        QVERIFY2(w.unnamedButtons().isEmpty(), qPrintable(w.unnamedButtons().join(u", "_s)));
         // Laid out beside the duplicates card once the grid has placed it.
         QTRY_VERIFY(w.find(u"suggestion:cleanup/installers"_s)->x() > 0);
         QVERIFY(w.click(u"suggestion:cleanup/installers"_s));
         QCOMPARE(w.state().selectionKey(), u"cleanup/installers"_s);
         QTRY_COMPARE(w.text(u"browserTitle"_s), u"Old Installers"_s);
         QTRY_COMPARE(w.text(u"freeableText"_s), Fmt::bytes(5000) + u" can be freed"_s);
+        QVERIFY2(w.unnamedButtons().isEmpty(), qPrintable(w.unnamedButtons().join(u", "_s)));
         QVERIFY(w.click(u"trashAllButton"_s));
         QTRY_COMPARE(w.text(u"confirmTitle"_s), u"Move 2 items to the Trash?"_s);
         QCOMPARE(w.text(u"confirmDestroy"_s), u"Move to Trash ("_s + Fmt::bytes(5000) + u")"_s);
@@ -526,6 +548,8 @@ private Q_SLOTS:
         w.state().selectKey(u"duplicates"_s);
         QTRY_COMPARE_WITH_TIMEOUT(w.stores().duplicates->phase().kind, DuplicateFinder::Phase::finished, 30000);
         QTRY_COMPARE(w.text(u"heroHeadline"_s), u"Free up "_s + Fmt::bytes(60'000));
+        QAccessible::setActive(true);
+        QVERIFY2(w.unnamedButtons().isEmpty(), qPrintable(w.unnamedButtons().join(u", "_s)));
         const QUrl b = QUrl::fromLocalFile(w.home.path(u"Documents/b.bin"_s));
         const QUrl keepBefore = w.stores().duplicates->exact().first().keep;
         const QString other = keepBefore == b ? u"a.bin"_s : u"b.bin"_s;

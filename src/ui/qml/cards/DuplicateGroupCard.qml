@@ -54,6 +54,7 @@ Rectangle {
             }
             Button {
                 objectName: "keepOneButton"
+                Accessible.name: text
                 text: root.trashLabel
                 enabled: !root.busy
                 font.pixelSize: 12

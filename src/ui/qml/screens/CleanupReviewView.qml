@@ -62,6 +62,7 @@ FileBrowser {
                 }
                 Button {
                     objectName: "trashSelectedButton"
+                    Accessible.name: text
                     visible: review.selectedCount > 0
                     enabled: !review.trashing
                     text: "Trash Selected (" + Format.count(review.selectedCount) + ")"
@@ -71,6 +72,7 @@ FileBrowser {
                 Button {
                     id: trashAll
                     objectName: "trashAllButton"
+                    Accessible.name: text
                     enabled: !review.trashing
                     text: "Trash All"
                     font.pixelSize: 12

@@ -191,6 +191,7 @@ Item {
                             Button {
                                 id: trashAllButton
                                 objectName: "trashAllExtras"
+                                Accessible.name: text
                                 visible: groups.canTrashAll
                                 text: "Trash All Extras"
                                 font.weight: Font.DemiBold
@@ -208,6 +209,7 @@ Item {
                             }
                             Button {
                                 objectName: "scanButton"
+                                Accessible.name: text
                                 visible: groups.canStart || groups.canScanAgain
                                 text: groups.canStart ? "Start Scan" : "Scan Again"
                                 icon.source: Symbols.source("arrow.clockwise")
@@ -237,6 +239,7 @@ Item {
             height: groups.hiddenCount > 0 ? 80 : 40
             Button {
                 objectName: "showMoreButton"
+                Accessible.name: text
                 anchors.centerIn: parent
                 visible: groups.hiddenCount > 0
                 text: groups.showMoreText
