@@ -541,25 +541,43 @@ private Q_SLOTS:
     void duplicatesInTheWindow()
     {
         Window w;
-        w.home.file(u"Documents/a.bin"_s, contents(20));
-        w.home.file(u"Documents/b.bin"_s, contents(20));
+        w.home.file(u"Documents/a.bin"_s, contents(20), g_now.addDays(-1));
+        w.home.file(u"Documents/b.bin"_s, contents(20), g_now.addDays(-2));
+        w.home.file(u"Music/c.bin"_s, contents(21, 70'000), g_now.addDays(-3));
+        w.home.file(u"Music/d.bin"_s, contents(21, 70'000), g_now.addDays(-4));
         w.open();
         QVERIFY(w.window);
         w.state().selectKey(u"duplicates"_s);
         QTRY_COMPARE_WITH_TIMEOUT(w.stores().duplicates->phase().kind, DuplicateFinder::Phase::finished, 30000);
-        QTRY_COMPARE(w.text(u"heroHeadline"_s), u"Free up "_s + Fmt::bytes(60'000));
+        QTRY_COMPARE(w.text(u"heroHeadline"_s), u"Free up "_s + Fmt::bytes(130'000));
+        // The first group: a click keeps its other copy, and its own button trashes the rest.
+        const DuplicateGroup first = w.stores().duplicates->exact().first();
+        const DuplicateGroup second = w.stores().duplicates->exact().last();
+        const QUrl keepBefore = first.keep;
+        const FileItem other = first.extras().first();
         QAccessible::setActive(true);
         QVERIFY2(w.unnamedButtons().isEmpty(), qPrintable(w.unnamedButtons().join(u", "_s)));
-        const QUrl b = QUrl::fromLocalFile(w.home.path(u"Documents/b.bin"_s));
-        const QUrl keepBefore = w.stores().duplicates->exact().first().keep;
-        const QString other = keepBefore == b ? u"a.bin"_s : u"b.bin"_s;
-        QTRY_VERIFY(w.find(u"duplicateTile:"_s + other));
-        QVERIFY(w.click(u"duplicateTile:"_s + other));
-        QTRY_VERIFY(w.stores().duplicates->exact().first().keep != keepBefore);
-        QVERIFY(w.click(u"keepOneButton"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(inTrash(w.home, keepBefore.fileName()), 10000);
-        QVERIFY(QFileInfo::exists(w.home.path(u"Documents/"_s + other)));
-        QTRY_COMPARE(w.text(u"heroHeadline"_s), u"No duplicates found"_s);
+        QTRY_VERIFY(w.find(u"duplicateTile:"_s + other.name));
+        QVERIFY(w.click(u"duplicateTile:"_s + other.name));
+        QTRY_COMPARE(w.stores().duplicates->exact().first().keep, other.url);
+        const QString button = u"keepOne:"_s + first.id.toString(QUuid::WithoutBraces);
+        QTRY_VERIFY(w.find(button));
+        QVERIFY(w.click(button));
+        QTRY_VERIFY_WITH_TIMEOUT(!QFileInfo::exists(keepBefore.toLocalFile()), 10000);
+        QVERIFY(inTrash(w.home, keepBefore.fileName()));
+        QVERIFY(QFileInfo::exists(other.path()));
+        QTRY_COMPARE(toastText(w.state()), u"Moved 1 file to Trash · "_s + Fmt::bytes(first.files.first().size) + u" freed"_s);
+
+        // Then all extras, after the confirmation: the kept copy stays.
+        QTRY_COMPARE(w.text(u"heroDetail"_s), u"1 extra copy in 1 group"_s);
+        QVERIFY(w.click(u"trashAllExtras"_s));
+        QTRY_COMPARE(w.text(u"confirmTitle"_s), u"Move 1 file to the Trash?"_s);
+        QCOMPARE(w.text(u"confirmDestroy"_s), u"Move to Trash ("_s + Fmt::bytes(second.reclaimable()) + u")"_s);
+        QVERIFY(w.click(u"confirmDestroy"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(w.text(u"heroHeadline"_s), u"No duplicates found"_s, 10000);
+        QVERIFY(QFileInfo::exists(second.keep.toLocalFile()));
+        QVERIFY(inTrash(w.home, second.extras().first().name));
+        QCOMPARE(toastText(w.state()), u"Moved 1 file to Trash · "_s + Fmt::bytes(second.reclaimable()) + u" freed"_s);
     }
 };
 

@@ -53,7 +53,7 @@ Rectangle {
                 elide: Text.ElideRight
             }
             Button {
-                objectName: "keepOneButton"
+                objectName: "keepOne:" + root.groupId
                 Accessible.name: text
                 text: root.trashLabel
                 enabled: !root.busy
