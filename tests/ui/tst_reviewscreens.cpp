@@ -1,5 +1,6 @@
 #include "CleanupModels.h"
 #include "DuplicatesModel.h"
+#include "MetadataRecord.h"
 #include "ReadOnlyFolder.h"
 #include "ReviewFlows.h"
 #include "Session.h"
@@ -13,9 +14,12 @@
 #include <QAccessible>
 #include <QDir>
 #include <QFile>
+#include <QImageReader>
+#include <QPainter>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRandomGenerator>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
@@ -60,6 +64,45 @@ void addCopies(TestHome &home)
     home.file(u"Downloads/report (1).pdf"_s, contents(10), g_now.addDays(-1));
     home.file(u"Music/song.mp3"_s, contents(11, 80'000), g_now.addDays(-5));
     home.file(u"Downloads/song.mp3"_s, contents(11, 80'000), g_now.addDays(-4));
+}
+
+// The index learns pictures' sizes, which the look-alike scan asks for.
+class PictureSizes final : public mdindex::Extractor
+{
+public:
+    bool wants(const mdindex::FileFacts &facts) const override { return !facts.isDirectory && facts.name.endsWith(u".jpg"_s); }
+    void extract(const QString &path, const mdindex::FileFacts &, mdindex::ExtractedAttributes &into) const override
+    {
+        const QSize size = QImageReader(path).size();
+        if (size.isValid()) {
+            into.insert(MDAttribute::pixelWidth.toString(), size.width());
+            into.insert(MDAttribute::pixelHeight.toString(), size.height());
+        }
+        into.insert(MDAttribute::isScreenCapture.toString(), false);
+    }
+};
+
+// A picture of coloured discs on a grainy ground, as large as a photo of its size.
+QImage scene(quint32 seed)
+{
+    QImage image(800, 600, QImage::Format_RGB32);
+    QRandomGenerator random(seed);
+    image.fill(QColor::fromHsv(int(random.bounded(360)), 150, 200));
+    QPainter painter(&image);
+    painter.setPen(Qt::NoPen);
+    for (int i = 0; i < 14; ++i) {
+        painter.setBrush(QColor::fromHsv(int(random.bounded(360)), int(random.bounded(256)), int(random.bounded(256))));
+        painter.drawEllipse(int(random.bounded(800)) - 100, int(random.bounded(600)) - 100, 60 + int(random.bounded(300)), 60 + int(random.bounded(300)));
+    }
+    painter.end();
+    for (int y = 0; y < image.height(); ++y) {
+        auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const int n = int(random.bounded(21)) - 10;
+            line[x] = qRgb(std::clamp(qRed(line[x]) + n, 0, 255), std::clamp(qGreen(line[x]) + n, 0, 255), std::clamp(qBlue(line[x]) + n, 0, 255));
+        }
+    }
+    return image;
 }
 
 bool inTrash(const TestHome &home, const QString &name)
@@ -463,6 +506,48 @@ private Q_SLOTS:
         QCOMPARE(model.headline(), u"No duplicates found"_s);
         QVERIFY(model.detail().startsWith(u"Checked "_s) && model.detail().endsWith(u". Nice and tidy!"_s));
         QVERIFY(model.canScanAgain() && !model.canTrashAll());
+    }
+
+    // The look-alike tab: its own scan from its button, its own words, and its trash.
+    void lookAlikesFromScanToTrash()
+    {
+        StoreWorld world;
+        const QImage beach = scene(7);
+        world.home.folder(u"Pictures"_s);
+        QVERIFY(beach.save(world.home.path(u"Pictures/beach.jpg"_s), "jpeg", 92));
+        QVERIFY(beach.scaled(640, 480, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(world.home.path(u"Pictures/beach small.jpg"_s), "jpeg", 95));
+        QVERIFY(scene(8).save(world.home.path(u"Pictures/forest.jpg"_s), "jpeg", 92));
+        world.extractors.push_back(std::make_unique<PictureSizes>());
+        world.build();
+        DuplicatesModel model;
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        model.setStores(world.stores());
+        model.setTab(u"similar"_s);
+        QCOMPARE(model.headline(), u"Find look-alike photos"_s);
+        model.scan();
+        QCOMPARE(world.duplicates->phase().kind, DuplicateFinder::Phase::idle);
+        QTRY_COMPARE_WITH_TIMEOUT(model.phase(), u"finished"_s, 30000);
+        QCOMPARE(model.rowCount(), 1);
+        const DuplicateGroup group = world.duplicates->similar().first();
+        const qint64 extra = group.reclaimable();
+        QCOMPARE(model.headline(), u"Free up "_s + Fmt::bytes(extra));
+        QCOMPARE(model.detail(), u"1 extra photo in 1 group"_s);
+        QCOMPARE(model.index(0).data(DuplicatesModel::TitleRole).toString(), u"2 similar photos"_s);
+        // The exact tab has its own rows: none, its scan never ran.
+        model.setTab(u"exact"_s);
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(model.headline(), u"Find duplicate files"_s);
+        model.setTab(u"similar"_s);
+        QCOMPARE(model.rowCount(), 1);
+
+        QSignalSpy trashed(&model, &DuplicatesModel::trashed);
+        model.trashAll();
+        QCOMPARE(waitForTrashed(trashed), QList<QUrl> {group.extras().first().url});
+        QVERIFY(QFileInfo::exists(group.keep.toLocalFile()));
+        QVERIFY(inTrash(world.home, group.extras().first().name));
+        QCOMPARE(toastText(*world.state), u"Moved 1 file to Trash · "_s + Fmt::bytes(extra) + u" freed"_s);
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(model.headline(), u"No look-alike photos."_s);
     }
 
     void duplicatesShowSixtyAtATime()
