@@ -550,6 +550,42 @@ private Q_SLOTS:
         QCOMPARE(model.headline(), u"No look-alike photos."_s);
     }
 
+    // Copies compared by samples are read in full before they go: one that differs stays, and the
+    // toast says so.
+    void sampledCopyThatDiffersStays()
+    {
+        StoreWorld world;
+        constexpr qint64 size = 40 * 1048576;
+        const QString kept = world.home.sparseFile(u"Documents/backup.img"_s, size);
+        TestHome::setModified(kept, g_now.addYears(-3));
+        const QString copy = world.home.sparseFile(u"Downloads/backup.img"_s, size);
+        const QString other = world.home.sparseFile(u"Downloads/backup (1).img"_s, size);
+        {
+            // A byte between the samples.
+            QFile file(other);
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.seek(qint64(double(size - 1048576) * 20 / 31.0) + 1048576 + 4096));
+            QCOMPARE(file.write("x"), 1);
+        }
+        world.build();
+        world.duplicates = std::make_unique<DuplicateFinder>(*world.index, 32 * 1048576);
+        DuplicatesModel model;
+        model.setStores(world.stores());
+        QCoro::waitFor(world.duplicates->scan(world.store->scopes()));
+        QCOMPARE(model.rowCount(), 1);
+        QVERIFY(world.duplicates->exact().first().sampled);
+        QCOMPARE(model.detail(), u"2 extra copys in 1 group"_s);
+
+        QSignalSpy trashed(&model, &DuplicatesModel::trashed);
+        model.trashGroup(model.index(0).data(DuplicatesModel::GroupIdRole).toString());
+        QCOMPARE(waitForTrashed(trashed), QList<QUrl> {QUrl::fromLocalFile(copy)});
+        QVERIFY(QFileInfo::exists(kept));
+        QVERIFY(QFileInfo::exists(other));
+        QVERIFY(inTrash(world.home, u"backup.img"_s));
+        QCOMPARE(toastText(*world.state), u"Moved 1 file to Trash · "_s + Fmt::bytes(size) + u" freed · 1 file kept: not identical after all"_s);
+        QCOMPARE(model.rowCount(), 0);
+    }
+
     void duplicatesShowSixtyAtATime()
     {
         StoreWorld world;
