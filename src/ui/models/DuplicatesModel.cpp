@@ -250,6 +250,8 @@ QHash<int, QByteArray> DuplicatesModel::roleNames() const
 
 void DuplicatesModel::opened()
 {
+    if (!m_stores.state)
+        setStores(UiStores::of(this));
     if (m_stores.duplicates && m_stores.store && m_stores.duplicates->phase().kind == DuplicateFinder::Phase::idle)
         m_stores.duplicates->scan(m_stores.store->scopes());
 }

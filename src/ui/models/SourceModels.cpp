@@ -89,6 +89,8 @@ QString SourceCards::summary() const
 
 void SourceCards::load()
 {
+    if (!m_stores.state)
+        setStores(UiStores::of(this));
     loadSources(m_stores);
 }
 

@@ -160,7 +160,7 @@ Rectangle {
                     ToolTip.text: "Click to keep this copy · double-click to preview"
                     onClicked: mouse => {
                         if (mouse.button === Qt.RightButton)
-                            menu.popup()
+                            root.openMenu(tile.file)
                         else
                             root.keep(tile.file.url)
                     }
@@ -169,24 +169,36 @@ Rectangle {
                             root.preview(tile.file.url)
                     }
                 }
-                Menu {
-                    id: menu
-                    MenuItem {
-                        text: "Keep This Copy"
-                        icon.source: Symbols.source("checkmark.circle")
-                        onTriggered: root.keep(tile.file.url)
-                    }
-                    MenuItem {
-                        text: "Quick Look"
-                        icon.source: Symbols.source("eye")
-                        onTriggered: root.preview(tile.file.url)
-                    }
-                    MenuItem {
-                        text: "Show in Files"
-                        icon.source: Symbols.source("folder")
-                        onTriggered: root.reveal(tile.file.url)
-                    }
-                }
+            }
+        }
+    }
+
+    // One menu for the card, made when first asked for, about the tile it opened on.
+    function openMenu(file) {
+        menuLoader.active = true
+        menuLoader.item.file = file
+        menuLoader.item.popup()
+    }
+    Loader {
+        id: menuLoader
+        active: false
+        sourceComponent: Menu {
+            id: menu
+            property var file
+            MenuItem {
+                text: "Keep This Copy"
+                icon.source: Symbols.source("checkmark.circle")
+                onTriggered: root.keep(menu.file.url)
+            }
+            MenuItem {
+                text: "Quick Look"
+                icon.source: Symbols.source("eye")
+                onTriggered: root.preview(menu.file.url)
+            }
+            MenuItem {
+                text: "Show in Files"
+                icon.source: Symbols.source("folder")
+                onTriggered: root.reveal(menu.file.url)
             }
         }
     }
