@@ -35,6 +35,8 @@ public:
         connect(&m_timer, &QTimer::timeout, this, [this] {
             const qint64 now = m_clock.nsecsElapsed();
             m_worst = std::max(m_worst, now - m_last - 4'000'000);
+            if (now - m_last - 4'000'000 > 40'000'000 && qEnvironmentVariableIsSet("BENCH_STALLS"))
+                std::fprintf(stderr, "stall of %.0f ms ending at %.0f ms\n", double(now - m_last - 4'000'000) / 1e6, double(now) / 1e6);
             m_last = now;
         });
         m_clock.start();
@@ -108,6 +110,13 @@ int main(int argc, char *argv[])
     const double beforeFrameStall = stalls.takeWorstMs();
 
     const Stores &stores = session.stores();
+    if (qEnvironmentVariableIsSet("BENCH_STALLS")) {
+        const auto mark = [&launch](const char *what) { std::fprintf(stderr, "%s at %.0f ms\n", what, double(launch.nsecsElapsed()) / 1e6); };
+        QObject::connect(stores.cleanup, &CleanupStore::resultsChanged, [mark] { mark("a clean-up kind"); });
+        QObject::connect(stores.sources, &SourceStore::groupsChanged, [mark] { mark("sources"); });
+        QObject::connect(stores.duplicates, &DuplicateFinder::exactChanged, [mark] { mark("exact groups"); });
+        QObject::connect(stores.store, &LibraryStore::collectionChanged, [mark] { mark("a collection"); });
+    }
     const auto suggestionsIn = [&] {
         for (const SidebarItem &item : WarmUp::workList()) {
             if (!stores.store->collection(item))
