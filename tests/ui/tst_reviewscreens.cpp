@@ -657,6 +657,47 @@ private Q_SLOTS:
         QTRY_COMPARE(w.text(u"emptyTitle"_s), u"All Clean"_s);
     }
 
+    // The home screen's clean-up and source sections, and a kind's tile with its menu.
+    void homeSectionsAndTileMenu()
+    {
+        Window w;
+        addSuggestions(w.home);
+        w.open();
+        QVERIFY(w.window);
+        QTRY_VERIFY_WITH_TIMEOUT(w.stores().cleanup->loadedToken() == w.state().refreshToken(), 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(w.stores().duplicates->phase().kind, DuplicateFinder::Phase::finished, 30000);
+        QTRY_VERIFY(w.find(u"cleanupCapsule"_s));
+        QQuickItem *capsule = w.find(u"cleanupCapsule"_s);
+        QCOMPARE(capsule->childItems().first()->property("text").toString(), u"Free up to "_s + Fmt::bytes(9000));
+        QVERIFY(w.find(u"suggestion:cleanup/installers"_s));
+        // No downloads with an address: the sources section stays out of sight.
+        QVERIFY(!w.find(u"sourcesSection"_s));
+
+        const QString tile = u"categoryTile:category/documents"_s;
+        QTRY_VERIFY(w.find(tile));
+        QQuickItem *item = w.find(tile);
+        const QPoint at = item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+        QTest::mouseClick(w.window, Qt::RightButton, {}, at);
+        const int token = w.state().refreshToken();
+        // The menu's second entry, Refresh.
+        QQuickItem *refresh = nullptr;
+        QTRY_VERIFY((refresh = [&]() -> QQuickItem * {
+            const auto visit = [](auto &&self, QQuickItem *node) -> QQuickItem * {
+                if (node->inherits("QQuickMenuItem") && node->property("text").toString() == u"Refresh"_s && node->isVisible())
+                    return node;
+                for (QQuickItem *child : node->childItems()) {
+                    if (QQuickItem *found = self(self, child))
+                        return found;
+                }
+                return nullptr;
+            };
+            return visit(visit, w.window->contentItem());
+        }()));
+        QTest::mouseClick(w.window, Qt::LeftButton, {}, refresh->mapToScene(QPointF(refresh->width() / 2, refresh->height() / 2)).toPoint());
+        QCOMPARE(w.state().refreshToken(), token + 1);
+        QCOMPARE(w.state().selectionKey(), u"home"_s);
+    }
+
     // In the window: the duplicates screen scans on opening; a click keeps a copy, and the group's
     // button trashes the others.
     void duplicatesInTheWindow()
