@@ -77,6 +77,8 @@ QList<Snapshots::Screen> Snapshots::screens()
 {
     AppState *state = m_stores->state;
     QList<Screen> list;
+    // The first screen before any load ended, then as the loads leave it.
+    list.append({QStringLiteral("home-before-load"), [] {}, true});
     list.append({QStringLiteral("home"), [] {}});
     const auto go = [state](const QString &key) { return [state, key] { state->selectKey(key); }; };
     for (const SidebarItem &item : WarmUp::workList()) {
@@ -129,6 +131,65 @@ QList<Snapshots::Screen> Snapshots::screens()
                      state->setSidebarCollapsed(true);
                  }});
     previewScreens(list);
+    list += reviewScreens();
+    return list;
+}
+
+// The clean-up, download source and duplicates screens. A scan's state outlasts its screen, so each
+// duplicates screen starts the scan it shows.
+QList<Snapshots::Screen> Snapshots::reviewScreens()
+{
+    const Stores &stores = *m_stores;
+    const auto go = [state = stores.state](const QString &key) { return [state, key] { state->selectKey(key); }; };
+    QList<Screen> list;
+    list.append({QStringLiteral("cleanup-hub"), go(QStringLiteral("cleanupHub"))});
+    list.append({QStringLiteral("cleanup-review-confirm"),
+        [this, stores] {
+            for (const CleanupKind kind : CleanupKind::allCases()) {
+                const auto result = stores.cleanup->result(kind);
+                if (!result || result->items.isEmpty())
+                    continue;
+                stores.state->selectKey(SidebarItem::cleanup(kind).key());
+                QSet<QUrl> marks;
+                for (const FileItem &item : result->items.mid(0, 2))
+                    marks.insert(item.url);
+                stores.state->setSelectedFiles(marks);
+                QTimer::singleShot(500, this, [this] { call(QStringLiteral("cleanupReviewView"), "askSelected"); });
+                return;
+            }
+        },
+        false, 900});
+    list.append({QStringLiteral("sources-hub"), go(QStringLiteral("sources"))});
+    list.append({QStringLiteral("source-one"), [stores] {
+                     const QList<SourceStore::Group> groups = stores.sources->groups();
+                     stores.state->selectKey(SidebarItem::source(groups.isEmpty() ? QStringLiteral("Nowhere") : groups.first().source.name).key());
+                 }});
+    // Scans over a folder that holds nothing: the finished state without groups.
+    const QString nothing = QDir::temp().filePath(QStringLiteral("velk-snapshot-nothing"));
+    QDir().mkpath(nothing);
+    const QList<QUrl> full = stores.store->scopes();
+    const QList<QUrl> none = {QUrl::fromLocalFile(nothing)};
+    const auto duplicates = [this, stores](bool similar, const QList<QUrl> &scopes) {
+        return [this, stores, similar, scopes] {
+            stores.state->selectKey(QStringLiteral("duplicates"));
+            if (similar) {
+                if (!scopes.isEmpty())
+                    stores.duplicates->scanSimilar(scopes);
+                QTimer::singleShot(200, this, [this] { call(QStringLiteral("duplicatesView"), "showTab", QStringLiteral("similar")); });
+            } else if (!scopes.isEmpty()) {
+                stores.duplicates->scan(scopes);
+            }
+        };
+    };
+    list.append({QStringLiteral("duplicates-similar-idle"), duplicates(true, {}), false, 400});
+    list.append({QStringLiteral("duplicates-exact-finished"), duplicates(false, full)});
+    list.append({QStringLiteral("duplicates-exact-scanning"), duplicates(false, full), true, 250});
+    list.append({QStringLiteral("duplicates-similar-scanning"), duplicates(true, full), true, 260});
+    list.append({QStringLiteral("duplicates-similar-finished"), duplicates(true, full), false, 400});
+    list.append({QStringLiteral("duplicates-similar-empty"), duplicates(true, none), false, 400});
+    list.append({QStringLiteral("duplicates-exact-empty"), duplicates(false, none)});
+    // Last, so that the exact scan the other screens show is whole again.
+    list.append({QStringLiteral("duplicates-exact-groups-again"), duplicates(false, full)});
     return list;
 }
 
@@ -302,14 +363,17 @@ void Snapshots::reset()
 
 void Snapshots::next()
 {
-    ++m_position;
-    if (m_position == m_screens.size()) {
-        if (m_dark) {
-            QCoreApplication::exit(m_failures == 0 ? 0 : 1);
-            return;
-        }
+    // Each screen light, then dark, before the next: what a screen leaves behind (a scan) is the same
+    // for both.
+    if (m_position >= 0 && !m_dark) {
         m_dark = true;
-        m_position = 0;
+    } else {
+        m_dark = false;
+        ++m_position;
+    }
+    if (m_position == m_screens.size()) {
+        QCoreApplication::exit(m_failures == 0 ? 0 : 1);
+        return;
     }
     ColorScheme::setOverride(m_dark);
     reset();
@@ -330,7 +394,7 @@ void Snapshots::setUpScreen()
     m_clock.restart();
     screen.setUp();
     if (screen.immediate) {
-        QTimer::singleShot(60, this, &Snapshots::capture);
+        QTimer::singleShot(std::max(60, screen.notBeforeMs), this, &Snapshots::capture);
         return;
     }
     m_sinceFrame.restart();
@@ -342,7 +406,8 @@ void Snapshots::waitForSettled()
     const LibraryStore &store = *m_stores->store;
     const QString typed = m_stores->state->searchText().trimmed();
     const bool storesIdle = !store.isSearching() && store.loading().isEmpty() && (typed.isEmpty() || store.searchedQuery() == typed)
-        && m_warmUp.chainStep() >= 3 && ImageSources::pending() == 0;
+        && m_warmUp.chainStep() >= 3 && ImageSources::pending() == 0 && !m_stores->cleanup->loading() && !m_stores->sources->loading()
+        && !m_stores->duplicates->phase().isRunning() && !m_stores->duplicates->similarPhase().isRunning();
     if (m_clock.elapsed() >= kSettleLimitMs)
         qWarning("velk: still busy: searching %d, loading %d, query %d, chain %d, pictures %d, last frame %lld ms ago", store.isSearching(),
             int(store.loading().size()), typed.isEmpty() || store.searchedQuery() == typed, m_warmUp.chainStep(), ImageSources::pending(),

@@ -50,6 +50,7 @@ private:
     void previewScreens(QList<Screen> &list);
 
     QList<Screen> screens();
+    QList<Screen> reviewScreens();
     void reset();
     void next();
     void setUpScreen();

@@ -21,10 +21,14 @@ struct StoreWorld {
     std::unique_ptr<SourceStore> sources;
     std::unique_ptr<TextIndex> textIndex;
     std::unique_ptr<NavigationResets> resets;
+    // Extractors beyond the built-in facts, added before the index first reads the home.
+    std::vector<std::unique_ptr<mdindex::Extractor>> extractors;
 
     void build()
     {
         index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
+        for (auto &extractor : extractors)
+            index->addExtractor(std::move(extractor));
         index->open();
         index->update();
         settings = std::make_unique<Settings>(home.path(QStringLiteral(".config/velk/Velk.conf")));

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The real window over a real index of a home made here: five pictures, a PDF from two days ago, an
+// The real window over a real index of a home made here: five pictures, a PDF from a week ago, an
 // old PDF, and a walk of folders two levels deep.
 struct Window {
     TestHome home;
@@ -33,7 +33,7 @@ struct Window {
             home.folder(u"Pictures"_s);
             image.save(home.path(u"Pictures/holiday %1.png"_s.arg(i + 1)));
         }
-        home.file(u"Documents/invoice.pdf"_s, pdfWith(u"invoice for the garden"_s), QDateTime::currentDateTime().addDays(-2));
+        home.file(u"Documents/invoice.pdf"_s, pdfWith(u"invoice for the garden"_s), QDateTime::currentDateTime().addDays(-7));
         home.file(u"Documents/old letter.pdf"_s, pdfWith(u"an old letter"_s), QDateTime::currentDateTime().addYears(-2));
         home.file(u"Documents/Projects/Garden/plan.txt"_s, "beds and paths");
         index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));

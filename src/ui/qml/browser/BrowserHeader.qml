@@ -4,14 +4,14 @@ import QtQuick.Layouts
 import Velk
 
 // The browser's heading row: back, the title and subtitle, the filters and the view mode. The title
-// keeps its room first: when both do not fit, the controls move to a line of their own.
+// and subtitle keep their room first: when both do not fit, the controls move to a line of their own.
 GridLayout {
     id: root
 
     required property BrowserSource source
     required property BrowserModel model
 
-    readonly property bool fits: titleText.implicitWidth + (root.source.hasBack ? 48 : 0) + controls.implicitWidth + 16 + 14 <= width
+    readonly property bool fits: Math.max(titleText.implicitWidth, subtitleText.visible ? subtitleText.implicitWidth : 0) + (root.source.hasBack ? 48 : 0) + controls.implicitWidth + 16 + 14 <= width
     columns: fits ? 4 : 2
     columnSpacing: 14
     rowSpacing: 12
@@ -45,6 +45,7 @@ GridLayout {
             Accessible.name: text
         }
         Text {
+            id: subtitleText
             objectName: "browserSubtitle"
             Layout.fillWidth: true
             visible: root.source.subtitle !== ""

@@ -6,13 +6,17 @@ Rectangle {
     id: root
 
     readonly property string key: AppState.selectionKey
-    readonly property string route: AppState.isSearching ? "search" : key === "" || key === "home" ? "home" : key.startsWith("smart/") || key.startsWith("category/") ? "collection" : key.startsWith("location/") ? "folder" : "other"
+    readonly property string route: AppState.isSearching ? "search" : key === "" || key === "home" ? "home" : key.startsWith("smart/") || key.startsWith("category/") ? "collection" : key.startsWith("location/") ? "folder" : key === "cleanupHub" ? "cleanupHub" : key.startsWith("cleanup/") ? "cleanup" : key === "sources" ? "sources" : key.startsWith("source/") ? "source" : key === "duplicates" ? "duplicates" : "home"
     readonly property var screens: ({
             "search": "SearchView.qml",
             "home": "HomeView.qml",
             "collection": "CollectionView.qml",
             "folder": "FolderView.qml",
-            "other": "PendingView.qml"
+            "cleanupHub": "CleanupHubView.qml",
+            "cleanup": "CleanupReviewView.qml",
+            "sources": "SourcesHubView.qml",
+            "source": "SourceView.qml",
+            "duplicates": "DuplicatesView.qml"
         })
 
     color: Theme.bg

@@ -82,7 +82,9 @@ Flickable {
                 Repeater {
                     model: home.categories
                     delegate: FolderCard {
+                        id: tile
                         required property var modelData
+                        objectName: "categoryTile:" + modelData.key
                         width: root.cellWidth
                         title: modelData.title
                         tint: Format.categoryTint(modelData.key)
@@ -92,9 +94,38 @@ Flickable {
                         TapHandler {
                             onTapped: AppState.selectKey(parent.modelData.key)
                         }
+                        TapHandler {
+                            acceptedButtons: Qt.RightButton
+                            onTapped: tileMenu.popup()
+                        }
+                        function openMenu() {
+                            tileMenu.popup()
+                        }
+                        Menu {
+                            id: tileMenu
+                            MenuItem {
+                                text: "Open " + tile.modelData.title
+                                onTriggered: AppState.selectKey(tile.modelData.key)
+                            }
+                            MenuItem {
+                                text: "Refresh"
+                                icon.source: Symbols.source("arrow.clockwise")
+                                onTriggered: AppState.raiseRefreshToken()
+                            }
+                        }
                     }
                 }
             }
+        }
+
+        CleanupSection {
+            Layout.fillWidth: true
+            showsHeader: true
+        }
+
+        SourcesSection {
+            Layout.fillWidth: true
+            limit: 8
         }
 
         ColumnLayout {
