@@ -128,17 +128,10 @@ ScrollView {
             }
             contentItem: RowLayout {
                 spacing: 10
-                Rectangle {
-                    Layout.preferredWidth: 26
-                    Layout.preferredHeight: 26
-                    radius: 7
-                    color: Theme.pastel(inspector.sourceName)
-                    Symbol {
-                        anchors.centerIn: parent
-                        name: inspector.sourceSymbol
-                        size: 13
-                        color: "white"
-                    }
+                SourceBadge {
+                    name: inspector.sourceName
+                    symbol: inspector.sourceSymbol
+                    size: 26
                 }
                 ColumnLayout {
                     Layout.fillWidth: true
