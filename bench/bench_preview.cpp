@@ -14,7 +14,7 @@
 #include "Session.h"
 #include "mdindex/MetadataIndex.h"
 #include "models/FileItem.h"
-#include "providers/ImageProviders.h"
+#include "ImageProviders.h"
 #include "state/AppState.h"
 
 #include <QDir>
