@@ -11,10 +11,10 @@
 // and tesseract.
 //
 //   bench_preview
+#include "ImageProviders.h"
 #include "Session.h"
 #include "mdindex/MetadataIndex.h"
 #include "models/FileItem.h"
-#include "ImageProviders.h"
 #include "state/AppState.h"
 
 #include <QDir>
@@ -360,8 +360,8 @@ int main(int argc, char *argv[])
     const QString heic = at(u"Pictures/Phone photo.heic"_s);
     const QString pdf = at(u"Documents/Annual report.pdf"_s);
     const QString video = at(u"Movies/Clip.mp4"_s);
-    const QStringList shots {at(u"Pictures/Screenshots/Screenshot 1.png"_s), at(u"Pictures/Screenshots/Screenshot 2.png"_s),
-        at(u"Pictures/Screenshots/Screenshot 3.png"_s)};
+    const QStringList shots {
+        at(u"Pictures/Screenshots/Screenshot 1.png"_s), at(u"Pictures/Screenshots/Screenshot 2.png"_s), at(u"Pictures/Screenshots/Screenshot 3.png"_s)};
     QStringList photos;
     for (int i = 0; i < 50; ++i)
         photos.append(at(u"Pictures/Trip/IMG_%1.jpg"_s.arg(1000 + i)));
@@ -415,8 +415,8 @@ int main(int argc, char *argv[])
     std::printf("files made in %.1f s, indexed in %.1f s\n", makingMs / 1000, (indexedMs - makingMs) / 1000);
     std::fflush(stdout);
 
-    auto session = std::make_unique<Session>(index,
-        Session::Options {.settingsPath = at(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
+    auto session = std::make_unique<Session>(
+        index, Session::Options {.settingsPath = at(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
     auto engine = std::make_unique<QQmlApplicationEngine>();
     session->attach(*engine);
     engine->load(QUrl(u"qrc:/Velk/Main.qml"_s));
@@ -465,6 +465,8 @@ int main(int argc, char *argv[])
 
     // 1. Opening the sheet.
     const auto opening = [&](const QString &path, const std::function<bool(const FileItem &)> &shown) {
+        std::printf("opening %s...\n", qPrintable(QFileInfo(path).fileName()));
+        std::fflush(stdout);
         const FileItem file = item(path);
         QList<double> times;
         for (int i = 0; i < 7; ++i) {
@@ -595,16 +597,22 @@ int main(int argc, char *argv[])
         return all;
     };
     const QStringList quiet {u"-hide_banner"_s, u"-loglevel"_s, u"error"_s, u"-y"_s};
-    const QList<double> jpegPeer =
-        peerRuns([&] { return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, jpeg, u"-vf"_s, u"scale=2048:-1"_s, out + u"/jpeg.png"_s}); }, 7);
+    const QList<double> jpegPeer = peerRuns(
+        [&] {
+            return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, jpeg, u"-vf"_s, u"scale=2048:-1"_s, out + u"/jpeg.png"_s});
+        },
+        7);
     const QList<double> heicPeer = peerRuns([&] { return timed(u"heif-convert"_s, {u"-q"_s, u"90"_s, heic, out + u"/heic.jpg"_s}); }, 7);
     const QList<double> pdfPeer = peerRuns(
         [&] {
             return timed(u"pdftoppm"_s, {u"-f"_s, u"1"_s, u"-l"_s, u"1"_s, u"-scale-to"_s, u"1600"_s, u"-png"_s, pdf, out + u"/page"_s});
         },
         7);
-    const QList<double> videoPeer =
-        peerRuns([&] { return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, video, u"-frames:v"_s, u"1"_s, out + u"/frame.png"_s}); }, 7);
+    const QList<double> videoPeer = peerRuns(
+        [&] {
+            return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, video, u"-frames:v"_s, u"1"_s, out + u"/frame.png"_s});
+        },
+        7);
     QList<double> livePeer;
     for (const QString &shot : shots)
         livePeer.append(timed(u"tesseract"_s, {shot, u"-"_s}));
@@ -626,8 +634,8 @@ int main(int argc, char *argv[])
         std::printf("%-46s %10.0f %10.0f %6.2fx   %s\n", f.what, f.ours, f.peer, f.peer > 0 ? f.ours / f.peer : 0.0, f.peerName);
     std::printf("\nruns (ms): JPEG %s | HEIC %s | PDF %s | video %s%s\n", qPrintable(runs(jpegRuns)), qPrintable(runs(heicRuns)), qPrintable(runs(pdfRuns)),
         qPrintable(runs(videoRuns)), videoBySink ? "" : " (by the player's position: no video sink)");
-    std::printf("stepping, a step as each photo shows: %lld steps, median %.0f ms, slowest %.0f ms, longest stall %.1f ms\n",
-        qlonglong(stepTimes.size()), median(stepTimes), stepTimes.isEmpty() ? -1.0 : *std::max_element(stepTimes.begin(), stepTimes.end()), stepStall);
+    std::printf("stepping, a step as each photo shows: %lld steps, median %.0f ms, slowest %.0f ms, longest stall %.1f ms\n", qlonglong(stepTimes.size()),
+        median(stepTimes), stepTimes.isEmpty() ? -1.0 : *std::max_element(stepTimes.begin(), stepTimes.end()), stepStall);
     std::printf("stepping, a step every 100 ms: %d of %lld photos shown on the way, the last %.0f ms after its step, longest stall %.1f ms\n", heldShown,
         qlonglong(trip.size() - 1), heldToLast, heldStall);
     std::printf("Live Text runs (ms): %s | tesseract %s\n", qPrintable(runs(liveRuns)), qPrintable(runs(livePeer)));

@@ -117,13 +117,16 @@ void InspectorModel::load()
         std::optional<DownloadSource> source;
     };
     [](QPointer<InspectorModel> self, FileItem item, mdindex::MetadataIndex *index, quint64 generation) -> QCoro::Task<> {
-        const Details details = co_await QtConcurrent::run(&detailsPool(), [item, index] {
+        // Built in a statement of its own: GCC 12 destroys a lambda with captures twice when it is made
+        // inside the co_await expression.
+        QFuture<Details> reading = QtConcurrent::run(&detailsPool(), [item, index] {
             Details details;
             details.rows = Metadata::details(item, *index);
             if (!item.isFolder())
                 details.source = DownloadSources::source(item.url);
             return details;
         });
+        const Details details = co_await reading;
         if (!self || self->m_generation != generation)
             co_return;
         self->m_rows = details.rows;

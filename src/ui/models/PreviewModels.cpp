@@ -212,7 +212,10 @@ void TextFileModel::setUrl(const QUrl &url)
     if (url.isEmpty())
         return;
     [](QPointer<TextFileModel> self, QUrl url) -> QCoro::Task<> {
-        const Read read = co_await QtConcurrent::run([path = FilePath::fromUrl(url)] { return TextFileModel::read(path); });
+        // Built in a statement of its own: GCC 12 destroys a lambda with captures twice when it is made
+        // inside the co_await expression.
+        QFuture<Read> reading = QtConcurrent::run([path = FilePath::fromUrl(url)] { return TextFileModel::read(path); });
+        const Read read = co_await reading;
         if (!self || self->m_url != url)
             co_return;
         self->m_text = read.text;
@@ -244,11 +247,13 @@ void PdfDocumentModel::setUrl(const QUrl &url)
             int pages = 0;
             QSize size;
         };
-        const Shape shape = co_await QtConcurrent::run([path = FilePath::fromUrl(url)] {
+        // Built in a statement of its own, as above.
+        QFuture<Shape> measuring = QtConcurrent::run([path = FilePath::fromUrl(url)] {
             Shape shape;
             shape.size = ParseWorkers::renderPage(path, 0, 64, &shape.pages).size();
             return shape;
         });
+        const Shape shape = co_await measuring;
         if (!self || self->m_url != url)
             co_return;
         self->m_pageCount = shape.size.isEmpty() ? 0 : shape.pages;
