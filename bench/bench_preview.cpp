@@ -13,9 +13,11 @@
 //   bench_preview
 #include "ImageProviders.h"
 #include "Session.h"
+#include "imaging/PictureDecoder.h"
 #include "mdindex/MetadataIndex.h"
 #include "models/FileItem.h"
 #include "state/AppState.h"
+#include "worker/ParseWorkers.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -132,13 +134,17 @@ void settle(int ms)
 }
 
 // The first frame swapped while `ready` holds, in ms since `clock` started; -1 after `limitMs`.
-double untilShown(QQuickWindow *window, const QElapsedTimer &clock, const std::function<bool()> &ready, int limitMs = 20000)
+// `readyAt`, when given, gets when the wait first saw `ready` hold (it looks at least every 2 ms).
+double untilShown(QQuickWindow *window, const QElapsedTimer &clock, const std::function<bool()> &ready, int limitMs = 20000, double *readyAt = nullptr)
 {
     double shown = -1;
     bool asked = false;
     const auto connection = QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
-        if (shown < 0 && ready())
+        if (shown < 0 && ready()) {
             shown = msSince(clock);
+            if (readyAt && !asked)
+                *readyAt = shown;
+        }
     });
     waitFor(
         [&] {
@@ -146,6 +152,8 @@ double untilShown(QQuickWindow *window, const QElapsedTimer &clock, const std::f
             // makes sure a change that shows nothing new still ends the wait.
             if (!asked && shown < 0 && ready()) {
                 asked = true;
+                if (readyAt)
+                    *readyAt = msSince(clock);
                 window->update();
             }
             return shown >= 0;
@@ -410,9 +418,10 @@ int main(int argc, char *argv[])
         std::fputs("bench_preview: the index did not open\n", stderr);
         return 1;
     }
-    index.update();
+    const mdindex::UpdateProgress indexed = index.update();
     const double indexedMs = msSince(whole);
-    std::printf("files made in %.1f s, indexed in %.1f s\n", makingMs / 1000, (indexedMs - makingMs) / 1000);
+    std::printf("files made in %.1f s, indexed in %.1f s (%lld entries, %lld read)\n", makingMs / 1000, (indexedMs - makingMs) / 1000,
+        qlonglong(indexed.entries), qlonglong(indexed.extracted));
     std::fflush(stdout);
 
     auto session = std::make_unique<Session>(
@@ -452,11 +461,16 @@ int main(int argc, char *argv[])
         waitFor([] { return ImageSources::pending() == 0; }, 10000);
         settle(300);
     };
+    // The sheet's first copy of a picture, at whatever size it asks for.
+    const auto isPreviewOf = [](const QUrl &source, const FileItem &file) {
+        const QString text = source.toString();
+        return text.startsWith(u"image://preview/"_s) && text.endsWith(u'/' + ImageSources::encode(file.url));
+    };
     // The picture of `file` shown at length: the first copy loaded and on screen.
     const auto pictureShown = [&](const FileItem &file) {
         QQuickItem *picture = findIn(sheetContent(), u"previewPicture"_s);
-        return picture && picture->property("status").toInt() == 1 && picture->property("source").toUrl() == ImageSources::preview(file.url, 2048)
-            && picture->isVisible() && picture->property("implicitWidth").toInt() > 1;
+        return picture && picture->property("status").toInt() == 1 && isPreviewOf(picture->property("source").toUrl(), file) && picture->isVisible()
+            && picture->property("implicitWidth").toInt() > 1;
     };
     const auto pdfShown = [&] {
         QQuickItem *page = findIn(sheetContent(), u"pdfPage0"_s);
@@ -469,13 +483,18 @@ int main(int argc, char *argv[])
         std::fflush(stdout);
         const FileItem file = item(path);
         QList<double> times;
+        QList<double> readyTimes;
         for (int i = 0; i < 7; ++i) {
             QElapsedTimer clock;
             clock.start();
             state.preview(file, {file});
-            times.append(untilShown(window, clock, [&] { return shown(file); }));
+            double readyAt = -1;
+            times.append(untilShown(
+                window, clock, [&] { return shown(file); }, 20000, &readyAt));
+            readyTimes.append(readyAt);
             close();
         }
+        std::printf("  ready (before its frame), ms: %s\n", qPrintable(runs(readyTimes)));
         return times;
     };
     const QList<double> jpegRuns = opening(jpeg, pictureShown);
@@ -587,6 +606,25 @@ int main(int argc, char *argv[])
         close();
     }
 
+    // Where the time goes: the worker's answer alone, as the image provider asks for it, and the same
+    // decode in this process, without the worker.
+    const auto timedCall = [](const std::function<bool()> &call) {
+        QList<double> all;
+        for (int i = 0; i < 7; ++i) {
+            QElapsedTimer clock;
+            clock.start();
+            all.append(call() ? msSince(clock) : -1);
+        }
+        return median(all);
+    };
+    const double jpegWorker = timedCall([&] { return !ParseWorkers::picture(jpeg, 2048, ParseWorkers::Priority::interactive).isNull(); });
+    const double jpegDecode = timedCall([&] { return !imaging::thumbnail(jpeg, 2048).isNull(); });
+    const double heicWorker = timedCall([&] { return !ParseWorkers::picture(heic, 2048, ParseWorkers::Priority::interactive).isNull(); });
+    const double heicDecode = timedCall([&] { return !imaging::thumbnail(heic, 2048).isNull(); });
+    const double photoWorker = timedCall([&] { return !ParseWorkers::picture(photos.at(3), 2048, ParseWorkers::Priority::interactive).isNull(); });
+    const double pageWorker = timedCall([&] { return !ParseWorkers::renderPage(pdf, 0, 1200).isNull(); });
+    const double shapeWorker = timedCall([&] { return !ParseWorkers::renderPage(pdf, 0, 64).isNull(); });
+
     // The peers, on the same files, now in the page cache as they were for the sheet.
     QTemporaryDir outDir;
     const QString out = outDir.path();
@@ -639,6 +677,9 @@ int main(int argc, char *argv[])
     std::printf("stepping, a step every 100 ms: %d of %lld photos shown on the way, the last %.0f ms after its step, longest stall %.1f ms\n", heldShown,
         qlonglong(trip.size() - 1), heldToLast, heldStall);
     std::printf("Live Text runs (ms): %s | tesseract %s\n", qPrintable(runs(liveRuns)), qPrintable(runs(livePeer)));
+    std::printf("where the time goes (medians, ms): JPEG: worker answer %.0f, decode in process %.0f | HEIC: worker answer %.0f, decode in process %.0f"
+                " | photo 4000x3000: worker answer %.0f | PDF: page 1 at 1200 %.0f, the page count (page 1 at 64) %.0f\n",
+        jpegWorker, jpegDecode, heicWorker, heicDecode, photoWorker, pageWorker, shapeWorker);
     std::printf("whole run %.0f s\n", msSince(whole) / 1000);
 
     engine.reset();
