@@ -617,11 +617,18 @@ int main(int argc, char *argv[])
         }
         return median(all);
     };
-    const double jpegWorker = timedCall([&] { return !ParseWorkers::picture(jpeg, 2048, ParseWorkers::Priority::interactive).isNull(); });
-    const double jpegDecode = timedCall([&] { return !imaging::thumbnail(jpeg, 2048).isNull(); });
-    const double heicWorker = timedCall([&] { return !ParseWorkers::picture(heic, 2048, ParseWorkers::Priority::interactive).isNull(); });
-    const double heicDecode = timedCall([&] { return !imaging::thumbnail(heic, 2048).isNull(); });
-    const double photoWorker = timedCall([&] { return !ParseWorkers::picture(photos.at(3), 2048, ParseWorkers::Priority::interactive).isNull(); });
+    // The sheet asks for 1024 pixels on a plain screen and 2048 where the screen's ratio is above one.
+    const auto pictureAnswer = [&](const QString &path, int pixels) {
+        return timedCall([&] { return !ParseWorkers::picture(path, pixels, ParseWorkers::Priority::interactive).isNull(); });
+    };
+    const auto pictureDecode = [&](const QString &path, int pixels) { return timedCall([&] { return !imaging::thumbnail(path, pixels).isNull(); }); };
+    const double jpegWorker = pictureAnswer(jpeg, 1024);
+    const double jpegDecode = pictureDecode(jpeg, 1024);
+    const double jpegWorker2048 = pictureAnswer(jpeg, 2048);
+    const double jpegDecode2048 = pictureDecode(jpeg, 2048);
+    const double heicWorker = pictureAnswer(heic, 1024);
+    const double heicDecode = pictureDecode(heic, 1024);
+    const double photoWorker = pictureAnswer(photos.at(3), 1024);
     const double pageWorker = timedCall([&] { return !ParseWorkers::renderPage(pdf, 0, 1200).isNull(); });
     const double shapeWorker = timedCall([&] { return !ParseWorkers::renderPage(pdf, 0, 64).isNull(); });
 
@@ -637,7 +644,7 @@ int main(int argc, char *argv[])
     const QStringList quiet {u"-hide_banner"_s, u"-loglevel"_s, u"error"_s, u"-y"_s};
     const QList<double> jpegPeer = peerRuns(
         [&] {
-            return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, jpeg, u"-vf"_s, u"scale=2048:-1"_s, out + u"/jpeg.png"_s});
+            return timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, jpeg, u"-vf"_s, u"scale=1024:-1"_s, out + u"/jpeg.png"_s});
         },
         7);
     const QList<double> heicPeer = peerRuns([&] { return timed(u"heif-convert"_s, {u"-q"_s, u"90"_s, heic, out + u"/heic.jpg"_s}); }, 7);
@@ -657,14 +664,14 @@ int main(int argc, char *argv[])
     // The peer for stepping: one photo's decode at the same size, as a viewer's next picture.
     QList<double> stepPeer;
     for (int i = 0; i < 7; ++i)
-        stepPeer.append(timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, photos.at(i), u"-vf"_s, u"scale=2048:-1"_s, out + u"/photo.png"_s}));
+        stepPeer.append(timed(u"ffmpeg"_s, quiet + QStringList {u"-i"_s, photos.at(i), u"-vf"_s, u"scale=1024:-1"_s, out + u"/photo.png"_s}));
 
     const QList<Figure> figures {
-        {"Space to JPEG 6000x4000 shown", median(jpegRuns), median(jpegPeer), "ffmpeg decode, scale=2048:-1 to PNG"},
+        {"Space to JPEG 6000x4000 shown", median(jpegRuns), median(jpegPeer), "ffmpeg decode, scale=1024:-1 to PNG"},
         {"Space to HEIC 4032x3024 shown", median(heicRuns), median(heicPeer), "heif-convert to JPEG"},
         {"Space to PDF page 1 shown (100 pages)", median(pdfRuns), median(pdfPeer), "pdftoppm -f 1 -l 1 -scale-to 1600 -png"},
         {"Space to video 1080p first frame", median(videoRuns), median(videoPeer), "ffmpeg -frames:v 1 to PNG"},
-        {"Right arrow to photo 4000x3000 shown (mean)", mean(stepTimes), median(stepPeer), "ffmpeg decode, scale=2048:-1 to PNG"},
+        {"Right arrow to photo 4000x3000 shown (mean)", mean(stepTimes), median(stepPeer), "ffmpeg decode, scale=1024:-1 to PNG"},
         {"Live Text 1920x1080 to words (median of 3)", median(liveRuns), median(livePeer), "tesseract shot.png -"},
     };
     std::printf("\n%-46s %10s %10s %7s   %s\n", "", "Velk ms", "peer ms", "ratio", "peer");
@@ -677,9 +684,11 @@ int main(int argc, char *argv[])
     std::printf("stepping, a step every 100 ms: %d of %lld photos shown on the way, the last %.0f ms after its step, longest stall %.1f ms\n", heldShown,
         qlonglong(trip.size() - 1), heldToLast, heldStall);
     std::printf("Live Text runs (ms): %s | tesseract %s\n", qPrintable(runs(liveRuns)), qPrintable(runs(livePeer)));
-    std::printf("where the time goes (medians, ms): JPEG: worker answer %.0f, decode in process %.0f | HEIC: worker answer %.0f, decode in process %.0f"
-                " | photo 4000x3000: worker answer %.0f | PDF: page 1 at 1200 %.0f, the page count (page 1 at 64) %.0f\n",
-        jpegWorker, jpegDecode, heicWorker, heicDecode, photoWorker, pageWorker, shapeWorker);
+    std::printf("where the time goes (medians, ms): JPEG at 1024: worker answer %.0f, decode in process %.0f; at 2048: %.0f and %.0f\n", jpegWorker, jpegDecode,
+        jpegWorker2048, jpegDecode2048);
+    std::printf(
+        "  HEIC at 1024: worker answer %.0f, decode in process %.0f | photo 4000x3000 at 1024: worker answer %.0f\n", heicWorker, heicDecode, photoWorker);
+    std::printf("  PDF: page 1 at 1200 from the worker %.0f, the page count (page 1 at 64) %.0f\n", pageWorker, shapeWorker);
     std::printf("whole run %.0f s\n", msSince(whole) / 1000);
 
     engine.reset();
