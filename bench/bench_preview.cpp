@@ -409,6 +409,9 @@ int main(int argc, char *argv[])
         return 1;
     }
     const double makingMs = msSince(whole);
+    const auto mib = [](const QString &path) { return double(QFileInfo(path).size()) / (1024 * 1024); };
+    std::printf(
+        "JPEG %.1f MiB, HEIC %.1f MiB, PDF %.1f MiB, video %.1f MiB, a photo %.1f MiB\n", mib(jpeg), mib(heic), mib(pdf), mib(video), mib(photos.first()));
 
     mdindex::MetadataIndex::Options options;
     options.storePath = at(u".cache/velk/index.sqlite"_s);
