@@ -1,18 +1,12 @@
 #include "../platform/extractors/Samples.h"
 #include "InspectorModels.h"
 #include "PreviewModels.h"
-#include "Session.h"
-#include "TestIndex.h"
-#include "mdindex/WorkerExtractors.h"
-#include "worker/ParseWorkers.h"
+#include "WindowFixture.h"
 
 #include <QClipboard>
 #include <QFont>
 #include <QGuiApplication>
 #include <QPainter>
-#include <QQmlApplicationEngine>
-#include <QQuickItem>
-#include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -40,13 +34,7 @@ void drawScreenshot(const QString &path)
 
 // The real window over a real index of a home that holds a file of every kind the preview shows,
 // each made by the tools that make such files, and some that cannot be shown.
-struct Window {
-    TestHome home;
-    std::unique_ptr<mdindex::MetadataIndex> index;
-    std::unique_ptr<Session> session;
-    std::unique_ptr<QQmlApplicationEngine> engine;
-    QQuickWindow *window = nullptr;
-
+struct Window : WindowFixture {
     Window()
     {
         QString error;
@@ -73,63 +61,7 @@ struct Window {
         must(samples::pdf(home.path(u"Downloads/manual.pdf"_s), u"Manual"_s, {u"how to build it"_s}));
         must(TestHome::setXattr(home.path(u"Downloads/manual.pdf"_s), "user.xdg.origin.url", "https://github.com/velk/manual.pdf"));
 
-        index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
-        // Contents are read as the program reads them: by the parsing workers.
-        for (auto &extractor : mdindex::workerExtractors(ParseWorkers::Priority::interactive))
-            index->addExtractor(std::move(extractor));
-        index->open();
-        index->update();
-        session = std::make_unique<Session>(*index,
-            Session::Options {
-                .settingsPath = home.path(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
-        engine = std::make_unique<QQmlApplicationEngine>();
-        session->attach(*engine);
-        engine->load(QUrl(u"qrc:/Velk/Main.qml"_s));
-        window = qobject_cast<QQuickWindow *>(engine->rootObjects().value(0));
-        if (window) {
-            window->requestActivate();
-            (void)QTest::qWaitForWindowExposed(window);
-        }
-    }
-    ~Window()
-    {
-        engine.reset();
-        session.reset();
-    }
-
-    AppState &state() const { return *session->stores().state; }
-
-    QQuickItem *find(const QString &name) const
-    {
-        const auto visit = [&name](auto &&self, QQuickItem *item) -> QQuickItem * {
-            if (item->objectName() == name && item->isVisible())
-                return item;
-            for (QQuickItem *child : item->childItems()) {
-                if (QQuickItem *found = self(self, child))
-                    return found;
-            }
-            return nullptr;
-        };
-        return visit(visit, window->contentItem());
-    }
-    QString text(const QString &name) const
-    {
-        QQuickItem *item = find(name);
-        return item ? item->property("text").toString() : u"<no %1>"_s.arg(name);
-    }
-    bool enabled(const QString &name) const
-    {
-        QQuickItem *item = find(name);
-        return item && item->isEnabled();
-    }
-    QPoint centre(QQuickItem *item) const { return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint(); }
-    // Clicks the middle of an item once it has been laid out.
-    void click(const QString &name) const
-    {
-        QQuickItem *item = nullptr;
-        QTRY_VERIFY2((item = find(name)) && item->width() > 0 && item->height() > 0, qPrintable(name));
-        QTest::qWait(30);
-        QTest::mouseClick(window, Qt::LeftButton, {}, centre(item));
+        open(true);
     }
 
     FileItem file(const QString &relative) const
@@ -221,7 +153,7 @@ private Q_SLOTS:
         // The close button closes too.
         w.state().preview(shown.first(), shown);
         QTRY_VERIFY(w.find(u"previewClose"_s));
-        w.click(u"previewClose"_s);
+        QVERIFY(w.click(u"previewClose"_s));
         QVERIFY(!w.state().previewItem());
     }
 
@@ -317,7 +249,7 @@ private Q_SLOTS:
         w.state().setLiveTextMode(false);
         w.state().preview(shot, {shot});
         QTRY_VERIFY(w.find(u"selectTextToggle"_s));
-        w.click(u"selectTextToggle"_s);
+        QVERIFY(w.click(u"selectTextToggle"_s));
         QVERIFY(w.state().liveTextMode());
         QQuickItem *live = nullptr;
         QTRY_VERIFY((live = w.find(u"liveTextImage"_s)));
@@ -359,10 +291,10 @@ private Q_SLOTS:
 
         // The same picture is not read again when the mode goes off and on.
         const int reads = words->property("reads").toInt();
-        w.click(u"selectTextToggle"_s);
+        QVERIFY(w.click(u"selectTextToggle"_s));
         QVERIFY(!w.state().liveTextMode());
         QTRY_VERIFY(!w.find(u"liveTextImage"_s));
-        w.click(u"selectTextToggle"_s);
+        QVERIFY(w.click(u"selectTextToggle"_s));
         QTRY_VERIFY((live = w.find(u"liveTextImage"_s)));
         words = qvariant_cast<QObject *>(live->property("words"));
         QTRY_VERIFY(words->property("count").toInt() >= 7);
@@ -370,7 +302,7 @@ private Q_SLOTS:
 
         // Copy Text from the toolbar: the whole text, and the toast counts its lines.
         QGuiApplication::clipboard()->clear();
-        w.click(u"copyTextButton"_s);
+        QVERIFY(w.click(u"copyTextButton"_s));
         QTRY_VERIFY_WITH_TIMEOUT(w.state().toast() && !w.state().toast()->sticky, 60000);
         QCOMPARE(w.state().toast()->message, u"Copied 2 lines of text"_s);
         QCOMPARE(QGuiApplication::clipboard()->text(), u"Quarterly garden report\nBudget review on Monday"_s);
@@ -437,7 +369,7 @@ private Q_SLOTS:
         // Its text is read and can be copied, with its toast.
         QTRY_VERIFY_WITH_TIMEOUT(w.text(u"recognizedTextBody"_s).contains(u"first page of the report"_s), 30000);
         QVERIFY(w.text(u"recognizedTextBody"_s).contains(u"third page"_s));
-        w.click(u"copyRecognizedText"_s);
+        QVERIFY(w.click(u"copyRecognizedText"_s));
         QCOMPARE(QGuiApplication::clipboard()->text(), w.text(u"recognizedTextBody"_s));
         QCOMPARE(w.state().toast()->message, u"Copied text"_s);
 
@@ -452,13 +384,13 @@ private Q_SLOTS:
 
         // The source row leads to every file from the same site.
         QTRY_VERIFY(w.find(u"inspectorSource"_s));
-        w.click(u"inspectorSource"_s);
+        QVERIFY(w.click(u"inspectorSource"_s));
         QCOMPARE(w.state().selectionKey(), SidebarItem::source(u"GitHub"_s).key());
 
         // A folder shows as a folder and opens in the browser.
         rows = rowsOf(u"Pictures/Trips"_s);
         QCOMPARE(rows.value(u"Contains"_s), u"0 items"_s);
-        w.click(u"inspectorOpen"_s);
+        QVERIFY(w.click(u"inspectorOpen"_s));
         QTRY_COMPARE(w.text(u"browserTitle"_s), u"Trips"_s);
     }
 };

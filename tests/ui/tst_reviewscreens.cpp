@@ -7,6 +7,7 @@
 #include "SidebarModel.h"
 #include "SourceModels.h"
 #include "StoreWorld.h"
+#include "WindowFixture.h"
 #include "mdindex/extractors/Extractors.h"
 #include "models/Fmt.h"
 
@@ -134,57 +135,7 @@ QString toastText(const AppState &state)
 }
 
 // The real window over a real index of the test's home.
-struct Window {
-    TestHome home;
-    std::unique_ptr<mdindex::MetadataIndex> index;
-    std::unique_ptr<Session> session;
-    std::unique_ptr<QQmlApplicationEngine> engine;
-    QQuickWindow *window = nullptr;
-
-    void open()
-    {
-        index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
-        index->open();
-        index->update();
-        session = std::make_unique<Session>(*index,
-            Session::Options {
-                .settingsPath = home.path(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
-        engine = std::make_unique<QQmlApplicationEngine>();
-        session->attach(*engine);
-        engine->load(QUrl(u"qrc:/Velk/Main.qml"_s));
-        window = qobject_cast<QQuickWindow *>(engine->rootObjects().value(0));
-        if (window) {
-            window->requestActivate();
-            (void)QTest::qWaitForWindowExposed(window);
-        }
-    }
-    ~Window()
-    {
-        engine.reset();
-        session.reset();
-    }
-
-    const Stores &stores() const { return session->stores(); }
-    AppState &state() const { return *stores().state; }
-
-    QQuickItem *find(const QString &name) const
-    {
-        const auto visit = [&name](auto &&self, QQuickItem *item) -> QQuickItem * {
-            if (item->objectName() == name && item->isVisible())
-                return item;
-            for (QQuickItem *child : item->childItems()) {
-                if (QQuickItem *found = self(self, child))
-                    return found;
-            }
-            return nullptr;
-        };
-        return visit(visit, window->contentItem());
-    }
-    QString text(const QString &name) const
-    {
-        QQuickItem *item = find(name);
-        return item ? item->property("text").toString() : u"<no %1>"_s.arg(name);
-    }
+struct Window : WindowFixture {
     // The buttons on screen that a screen reader could not name.
     QStringList unnamedButtons() const
     {
@@ -202,15 +153,6 @@ struct Window {
         };
         visit(visit, window->contentItem());
         return unnamed;
-    }
-    bool click(const QString &name) const
-    {
-        QQuickItem *item = find(name);
-        if (!item)
-            return false;
-        const QPoint at = item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
-        QTest::mouseClick(window, Qt::LeftButton, {}, at);
-        return true;
     }
 };
 

@@ -1,6 +1,5 @@
-#include "Session.h"
 #include "TestDocuments.h"
-#include "TestIndex.h"
+#include "WindowFixture.h"
 
 #include <QAccessible>
 #include <QImage>
@@ -18,13 +17,7 @@ namespace {
 
 // The real window over a real index of a home made here: five pictures, a PDF from a week ago, an
 // old PDF, and a walk of folders two levels deep.
-struct Window {
-    TestHome home;
-    std::unique_ptr<mdindex::MetadataIndex> index;
-    std::unique_ptr<Session> session;
-    std::unique_ptr<QQmlApplicationEngine> engine;
-    QQuickWindow *window = nullptr;
-
+struct Window : WindowFixture {
     Window()
     {
         QImage image(640, 480, QImage::Format_RGB32);
@@ -36,59 +29,7 @@ struct Window {
         home.file(u"Documents/invoice.pdf"_s, pdfWith(u"invoice for the garden"_s), QDateTime::currentDateTime().addDays(-7));
         home.file(u"Documents/old letter.pdf"_s, pdfWith(u"an old letter"_s), QDateTime::currentDateTime().addYears(-2));
         home.file(u"Documents/Projects/Garden/plan.txt"_s, "beds and paths");
-        index = std::make_unique<mdindex::MetadataIndex>(indexOptions(home));
-        index->open();
-        index->update();
-        session = std::make_unique<Session>(*index,
-            Session::Options {
-                .settingsPath = home.path(u".config/velk/Velk.conf"_s), .updateFeed = {}, .warmUp = true, .mediaControls = false, .readText = false});
-        engine = std::make_unique<QQmlApplicationEngine>();
-        session->attach(*engine);
-        engine->load(QUrl(u"qrc:/Velk/Main.qml"_s));
-        window = qobject_cast<QQuickWindow *>(engine->rootObjects().value(0));
-        if (window) {
-            window->requestActivate();
-            (void)QTest::qWaitForWindowExposed(window);
-        }
-    }
-    ~Window()
-    {
-        engine.reset();
-        session.reset();
-    }
-
-    AppState &state() const { return *session->stores().state; }
-    LibraryStore &store() const { return *session->stores().store; }
-
-    // Views' delegates are children of the scene, not always of their view's object: walk the scene.
-    QQuickItem *find(const QString &name) const
-    {
-        const auto visit = [&name](auto &&self, QQuickItem *item) -> QQuickItem * {
-            if (item->objectName() == name && item->isVisible())
-                return item;
-            for (QQuickItem *child : item->childItems()) {
-                if (QQuickItem *found = self(self, child))
-                    return found;
-            }
-            return nullptr;
-        };
-        return visit(visit, window->contentItem());
-    }
-    QString text(const QString &name) const
-    {
-        QQuickItem *item = find(name);
-        return item ? item->property("text").toString() : u"<no %1>"_s.arg(name);
-    }
-    void click(QQuickItem *item, Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers modifiers = {}) const
-    {
-        QVERIFY(item);
-        const QPoint at = item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
-        QTest::mouseClick(window, button, modifiers, at);
-    }
-    void type(const QString &text) const
-    {
-        for (const QChar c : text)
-            QTest::keyClick(window, c.toLatin1());
+        open();
     }
 };
 
