@@ -5,6 +5,7 @@
 #include "ImageProviders.h"
 #include "PreviewModels.h"
 #include "Stores.h"
+#include "UserPlaces.h"
 #include "sources/DownloadSources.h"
 #include "state/WarmUp.h"
 
@@ -120,6 +121,14 @@ QList<Snapshots::Screen> Snapshots::screens()
             QTimer::singleShot(400, this, [this] { call(QStringLiteral("filterPill:Date"), "openMenu"); });
         },
         false, 700});
+    // The From menu shows when the list holds files from two sites or more: the downloads folder.
+    list.append({QStringLiteral("from-menu-open"),
+        [this, state] {
+            if (const auto downloads = UserPlaces::userFolder(UserPlaces::UserFolder::downloads))
+                state->openFolder(FilePath::toUrl(*downloads));
+            QTimer::singleShot(600, this, [this] { call(QStringLiteral("filterPill:From"), "openMenu"); });
+        },
+        false, 900});
     list.append({QStringLiteral("context-menu-open"),
         [this, state] {
             state->selectKey(QStringLiteral("category/documents"));

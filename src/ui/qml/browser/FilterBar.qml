@@ -31,11 +31,27 @@ RowLayout {
         MenuSeparator {}
         Repeater {
             model: root.model.sources
+            // Each site with the badge the sources screens give it.
             delegate: MenuItem {
+                id: sourceItem
                 required property var modelData
                 text: modelData.name + "  (" + Format.count(modelData.count) + ")"
-                icon.source: Symbols.source(modelData.symbol)
                 onTriggered: AppState.sourceFilter = modelData.name
+                contentItem: RowLayout {
+                    spacing: 8
+                    SourceBadge {
+                        name: sourceItem.modelData.name
+                        symbol: sourceItem.modelData.symbol
+                        size: 18
+                    }
+                    Text {
+                        Layout.fillWidth: true
+                        text: sourceItem.text
+                        font.pixelSize: 13
+                        color: Theme.ink
+                        elide: Text.ElideRight
+                    }
+                }
             }
         }
     }
