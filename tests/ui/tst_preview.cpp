@@ -289,6 +289,15 @@ private Q_SLOTS:
         QTest::keyClick(w.window, Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(QGuiApplication::clipboard()->text(), u"garden report\nBudget review"_s);
 
+        // A double click takes a word, a third click its line.
+        const QRectF monday = boxOf(u"Monday"_s);
+        QVERIFY(!monday.isEmpty());
+        const QPoint onMonday = at(monday.center().x(), monday.center().y());
+        QTest::mouseDClick(w.window, Qt::LeftButton, {}, onMonday);
+        QCOMPARE(words->property("selectedText").toString(), u"Monday"_s);
+        QTest::mouseClick(w.window, Qt::LeftButton, {}, onMonday);
+        QCOMPARE(words->property("selectedText").toString(), u"Budget review on Monday"_s);
+
         // The same picture is not read again when the mode goes off and on.
         const int reads = words->property("reads").toInt();
         QVERIFY(w.click(u"selectTextToggle"_s));
