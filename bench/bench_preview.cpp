@@ -13,6 +13,7 @@
 //   bench_preview
 #include "ImageProviders.h"
 #include "Session.h"
+#include "WindowBench.h"
 #include "imaging/PictureDecoder.h"
 #include "mdindex/MetadataIndex.h"
 #include "models/FileItem.h"
@@ -49,39 +50,10 @@ Q_IMPORT_QML_PLUGIN(VelkPlugin)
 
 using namespace Qt::StringLiterals;
 
+using windowbench::findItem;
+using windowbench::StallMeter;
+
 namespace {
-
-// A timer that asks to run every 4 ms and keeps the worst lateness it saw since the last reset.
-class StallMeter : public QObject
-{
-public:
-    StallMeter()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setInterval(4);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            const qint64 now = m_clock.nsecsElapsed();
-            m_worst = std::max(m_worst, now - m_last - 4'000'000);
-            m_last = now;
-        });
-        m_clock.start();
-        m_last = 0;
-        m_timer.start();
-    }
-    double takeWorstMs()
-    {
-        const double worst = double(m_worst) / 1e6;
-        m_worst = 0;
-        m_last = m_clock.nsecsElapsed();
-        return worst;
-    }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    qint64 m_last = 0;
-    qint64 m_worst = 0;
-};
 
 double msSince(const QElapsedTimer &clock)
 {
@@ -161,19 +133,6 @@ double untilShown(QQuickWindow *window, const QElapsedTimer &clock, const std::f
         limitMs);
     QObject::disconnect(connection);
     return shown;
-}
-
-QQuickItem *findIn(QQuickItem *item, const QString &name)
-{
-    if (!item)
-        return nullptr;
-    if (item->objectName() == name)
-        return item;
-    for (QQuickItem *child : item->childItems()) {
-        if (QQuickItem *found = findIn(child, name))
-            return found;
-    }
-    return nullptr;
 }
 
 // Non-visual objects of the scene (a MediaPlayer) are QObject children of the item they are declared in.
@@ -458,7 +417,7 @@ int main(int argc, char *argv[])
             qFatal("bench_preview: no file %s", qPrintable(path));
         return *found;
     };
-    const auto sheetContent = [&] { return findIn(window->contentItem(), u"sheetQuickLook"_s); };
+    const auto sheetContent = [&] { return findItem(window->contentItem(), u"sheetQuickLook"_s); };
     const auto close = [&] {
         state.setPreviewItem(std::nullopt);
         waitFor([] { return ImageSources::pending() == 0; }, 10000);
@@ -471,12 +430,12 @@ int main(int argc, char *argv[])
     };
     // The picture of `file` shown at length: the first copy loaded and on screen.
     const auto pictureShown = [&](const FileItem &file) {
-        QQuickItem *picture = findIn(sheetContent(), u"previewPicture"_s);
+        QQuickItem *picture = findItem(sheetContent(), u"previewPicture"_s);
         return picture && picture->property("status").toInt() == 1 && isPreviewOf(picture->property("source").toUrl(), file) && picture->isVisible()
             && picture->property("implicitWidth").toInt() > 1;
     };
     const auto pdfShown = [&] {
-        QQuickItem *page = findIn(sheetContent(), u"pdfPage0"_s);
+        QQuickItem *page = findItem(sheetContent(), u"pdfPage0"_s);
         return page && page->property("status").toInt() == 1 && page->isVisible() && page->property("implicitWidth").toInt() > 1;
     };
 
@@ -599,7 +558,7 @@ int main(int argc, char *argv[])
         state.setLiveTextMode(true);
         const double took = waitFor(
             [&] {
-                QQuickItem *image = findIn(window->contentItem(), u"liveTextImage"_s);
+                QQuickItem *image = findItem(window->contentItem(), u"liveTextImage"_s);
                 auto *words = image ? image->property("words").value<QObject *>() : nullptr;
                 return words && words->property("count").toInt() > 0;
             },

@@ -8,6 +8,7 @@
 //   - the duplicates screen: from choosing it to its groups drawn, and scrolling its column of groups
 //     to the end (showing sixty more each time the end is reached), with the longest stall.
 #include "Session.h"
+#include "WindowBench.h"
 #include "mdindex/MetadataIndex.h"
 
 #include <QElapsedTimer>
@@ -22,65 +23,7 @@
 
 Q_IMPORT_QML_PLUGIN(VelkPlugin)
 
-namespace {
-
-// A timer that asks to run every 4 ms and keeps the worst lateness it saw since the last reset.
-class StallMeter : public QObject
-{
-public:
-    StallMeter()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setInterval(4);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            const qint64 now = m_clock.nsecsElapsed();
-            m_worst = std::max(m_worst, now - m_last - 4'000'000);
-            if (now - m_last - 4'000'000 > 40'000'000 && qEnvironmentVariableIsSet("BENCH_STALLS"))
-                std::fprintf(stderr, "stall of %.0f ms ending at %.0f ms\n", double(now - m_last - 4'000'000) / 1e6, double(now) / 1e6);
-            m_last = now;
-        });
-        m_clock.start();
-        m_timer.start();
-    }
-    double takeWorstMs()
-    {
-        const double worst = double(m_worst) / 1e6;
-        m_worst = 0;
-        m_last = m_clock.nsecsElapsed();
-        return worst;
-    }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    qint64 m_last = 0;
-    qint64 m_worst = 0;
-};
-
-QQuickItem *findItem(QQuickItem *item, const QString &name)
-{
-    if (item->objectName() == name)
-        return item;
-    for (QQuickItem *child : item->childItems()) {
-        if (QQuickItem *found = findItem(child, name))
-            return found;
-    }
-    return nullptr;
-}
-
-bool waitFor(const std::function<bool()> &done, int limitMs = 600000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > limitMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
-} // namespace
+using namespace windowbench;
 
 int main(int argc, char *argv[])
 {
@@ -125,12 +68,12 @@ int main(int argc, char *argv[])
         return stores.cleanup->loadedToken() >= 0 && stores.sources->hasLoaded();
     };
     const auto homeComplete = [&] { return suggestionsIn() && stores.duplicates->phase().kind == DuplicateFinder::Phase::finished; };
-    if (!waitFor(suggestionsIn)) {
+    if (waitFor(suggestionsIn, 600000) < 0) {
         std::fputs("bench_screens: the home screen did not fill\n", stderr);
         return 1;
     }
     const double filledMs = double(launch.nsecsElapsed()) / 1e6;
-    if (!waitFor(homeComplete)) {
+    if (waitFor(homeComplete, 600000) < 0) {
         std::fputs("bench_screens: the home screen did not complete\n", stderr);
         return 1;
     }

@@ -8,6 +8,7 @@
 // Peers in the same process: the first frame of an empty window, and (in the script) find for the
 // same question.
 #include "Session.h"
+#include "WindowBench.h"
 #include "mdindex/MetadataIndex.h"
 
 #include <QElapsedTimer>
@@ -24,51 +25,9 @@
 
 Q_IMPORT_QML_PLUGIN(VelkPlugin)
 
+using namespace windowbench;
+
 namespace {
-
-// A timer that asks to run every 4 ms and keeps the worst lateness it saw since the last reset.
-class StallMeter : public QObject
-{
-public:
-    StallMeter()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setInterval(4);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            const qint64 now = m_clock.nsecsElapsed();
-            m_worst = std::max(m_worst, now - m_last - 4'000'000);
-            m_last = now;
-        });
-        m_clock.start();
-        m_last = 0;
-        m_timer.start();
-    }
-    double takeWorstMs()
-    {
-        const double worst = double(m_worst) / 1e6;
-        m_worst = 0;
-        m_last = m_clock.nsecsElapsed();
-        return worst;
-    }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    qint64 m_last = 0;
-    qint64 m_worst = 0;
-};
-
-// Delegates and headers of views are children of the scene, not always of their view's object.
-QQuickItem *findItem(QQuickItem *item, const QString &name)
-{
-    if (item->objectName() == name)
-        return item;
-    for (QQuickItem *child : item->childItems()) {
-        if (QQuickItem *found = findItem(child, name))
-            return found;
-    }
-    return nullptr;
-}
 
 qint64 residentKiB()
 {
@@ -80,19 +39,6 @@ qint64 residentKiB()
             return line.mid(6).trimmed().split(' ').value(0).toLongLong();
     }
     return -1;
-}
-
-// Runs the event loop until `done` holds or `limitMs` passes; the time it took, or -1.
-double waitFor(const std::function<bool()> &done, int limitMs = 120000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > limitMs)
-            return -1;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return double(clock.nsecsElapsed()) / 1e6;
 }
 
 double firstFrameOfEmptyWindow()
