@@ -25,7 +25,8 @@ std::optional<FileItem> itemOf(const QVariant &value)
 QThreadPool &detailsPool()
 {
     static QThreadPool pool;
-    pool.setMaxThreadCount(1);
+    static const bool oneThread = (pool.setMaxThreadCount(1), true);
+    Q_UNUSED(oneThread)
     return pool;
 }
 

@@ -52,10 +52,19 @@ void PreviewSheetModel::setStores(const Stores &stores)
     m_stores = stores;
     if (!m_stores.state)
         return;
-    connect(m_stores.state, &AppState::previewItemChanged, this, &PreviewSheetModel::changed);
-    connect(m_stores.state, &AppState::previewListChanged, this, &PreviewSheetModel::changed);
-    connect(m_stores.state, &AppState::liveTextModeChanged, this, &PreviewSheetModel::changed);
+    connect(m_stores.state, &AppState::previewItemChanged, this, &PreviewSheetModel::update);
+    connect(m_stores.state, &AppState::previewListChanged, this, &PreviewSheetModel::update);
+    connect(m_stores.state, &AppState::liveTextModeChanged, this, &PreviewSheetModel::update);
+    update();
+}
+
+void PreviewSheetModel::update()
+{
     Q_EMIT changed();
+    if (const bool open = isOpen(); open != m_open) {
+        m_open = open;
+        Q_EMIT openChanged();
+    }
 }
 
 std::optional<FileItem> PreviewSheetModel::item() const

@@ -24,7 +24,7 @@ class PreviewSheetModel : public QObject, public QQmlParserStatus
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
-    Q_PROPERTY(bool open READ isOpen NOTIFY changed)
+    Q_PROPERTY(bool open READ isOpen NOTIFY openChanged)
     Q_PROPERTY(QVariant item READ itemValue NOTIFY changed)
     Q_PROPERTY(QUrl url READ url NOTIFY changed)
     Q_PROPERTY(QString kind READ kind NOTIFY changed)
@@ -70,10 +70,14 @@ public:
 
 Q_SIGNALS:
     void changed();
+    // Only when the sheet opens or closes, not as it steps.
+    void openChanged();
 
 private:
     std::optional<FileItem> item() const;
+    void update();
     Stores m_stores;
+    bool m_open = false;
 };
 
 // The start of a plain text file, read off the main thread: at most the first megabyte, decoded as

@@ -17,15 +17,9 @@ FocusScope {
     // Where the keys went before the sheet took them, to give them back when it closes.
     property Item focusBefore: null
 
-    // The model tells of every change at once; only opening and closing move the keys.
-    property bool wasOpen: false
-
     PreviewSheetModel {
         id: sheet
         onOpenChanged: {
-            if (open === root.wasOpen)
-                return
-            root.wasOpen = open
             if (open) {
                 root.focusBefore = root.Window.activeFocusItem
                 root.forceActiveFocus()
