@@ -140,6 +140,18 @@ private Q_SLOTS:
         QVERIFY(!w.enabled(u"previewForward"_s));
         QCOMPARE(w.text(u"previewName"_s), shown.last().name);
 
+        // Tab goes round the sheet's controls and never reaches the window behind it.
+        QQuickItem *sheet = w.find(u"previewSheet"_s);
+        QVERIFY(sheet);
+        for (int i = 0; i < 12; ++i) {
+            QTest::keyClick(w.window, Qt::Key_Tab);
+            QQuickItem *focused = w.window->activeFocusItem();
+            QVERIFY2(focused && (focused == sheet || sheet->isAncestorOf(focused)),
+                focused ? qPrintable(QString::number(i) + QString::fromLatin1(focused->metaObject()->className()) + focused->objectName()) : "none");
+        }
+        QTest::keyClick(w.window, Qt::Key_Backtab, Qt::ShiftModifier);
+        QVERIFY(sheet->isAncestorOf(w.window->activeFocusItem()));
+
         // Commands that must not act under the sheet are off.
         QTest::keyClick(w.window, Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(w.state().viewMode(), ViewMode::grid);

@@ -29,8 +29,8 @@ AbstractButton {
     background: Rectangle {
         radius: 7
         color: root.checked ? Qt.rgba(root.tint.r, root.tint.g, root.tint.b, 0.14) : root.pressed ? Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.1) : root.hovered ? Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.05) : Theme.card
-        border.color: root.checked ? Qt.rgba(root.tint.r, root.tint.g, root.tint.b, 0.35) : Theme.line
-        border.width: 1
+        border.color: root.visualFocus ? Theme.ink : root.checked ? Qt.rgba(root.tint.r, root.tint.g, root.tint.b, 0.35) : Theme.line
+        border.width: root.visualFocus ? 2 : 1
     }
     contentItem: Item {
         implicitWidth: row.implicitWidth

@@ -29,8 +29,8 @@ AbstractButton {
     background: Rectangle {
         radius: root.round ? height / 2 : 7
         color: root.pressed ? Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.1) : root.active && !root.round ? Theme.fill : root.hovered ? Qt.rgba(Theme.ink.r, Theme.ink.g, Theme.ink.b, 0.05) : root.round ? Theme.card : "transparent"
-        border.color: root.round ? Theme.line : "transparent"
-        border.width: root.round ? 1 : 0
+        border.color: root.visualFocus ? Theme.ink : root.round ? Theme.line : "transparent"
+        border.width: root.visualFocus ? 2 : root.round ? 1 : 0
     }
     contentItem: Item {
         Symbol {

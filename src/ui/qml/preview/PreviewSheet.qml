@@ -30,6 +30,38 @@ FocusScope {
         }
     }
 
+    function inside(item, ancestor) {
+        for (let p = item; p; p = p.parent) {
+            if (p === ancestor)
+                return true
+        }
+        return false
+    }
+    // Tab goes round the sheet's own controls: the window behind is out of reach while it shows.
+    function moveFocus(forward) {
+        let item = root.Window.activeFocusItem
+        for (let i = 0; i < 500 && item; ++i) {
+            item = item.nextItemInFocusChain(forward)
+            if (item && item.visible && item.enabled && inside(item, panel)) {
+                item.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason)
+                return
+            }
+        }
+    }
+
+    // A focused control moves the keys along the window's chain before its parents see a Tab, so the
+    // sheet takes Tab as a shortcut, which comes first.
+    Shortcut {
+        sequences: ["Tab"]
+        enabled: sheet.open
+        onActivated: root.moveFocus(true)
+    }
+    Shortcut {
+        sequences: ["Shift+Tab", "Backtab"]
+        enabled: sheet.open
+        onActivated: root.moveFocus(false)
+    }
+
     function handleKey(event) {
         const plain = event.modifiers === Qt.NoModifier || event.modifiers === Qt.KeypadModifier
         if (event.key === Qt.Key_Escape) {
